@@ -1,0 +1,8 @@
+#include "host/qimageex/qimageex.h"
+
+QImageEx::QImageEx() = default;
+
+QImageEx::QImageEx(const QImage& image)
+    : QImage(image)
+{
+}
