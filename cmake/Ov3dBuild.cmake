@@ -57,7 +57,7 @@ function(ov3d_add_test name)
     file(MAKE_DIRECTORY "${folder}")
     add_test(NAME ${name} COMMAND ${name} ${arg_ARGUMENTS} WORKING_DIRECTORY "${folder}")
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;${arg_ENVIRONMENT}")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0;${arg_ENVIRONMENT}")
     if(arg_SERIAL)
         set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
     endif()

@@ -5,6 +5,7 @@
 
 #include <QMutexLocker>
 
+#include <limits>
 #include <memory>
 
 namespace
@@ -18,8 +19,11 @@ constexpr double kHandleScale = 1.0;
 
 int raisedToMultiple(int width)
 {
+    constexpr int kLargest = std::numeric_limits<int>::max() / kWidthMultiple * kWidthMultiple;
     const int remainder = width % kWidthMultiple;
-    return remainder == 0 ? width : width - remainder + kWidthMultiple;
+    if (remainder == 0)
+        return width;
+    return width > kLargest ? kLargest : width - remainder + kWidthMultiple;
 }
 
 std::unique_ptr<QPainterPath> pathOf(const QList<QRect>& rectangles, float scaleX, float scaleY)
