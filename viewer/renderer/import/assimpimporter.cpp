@@ -1,0 +1,204 @@
+#include "viewer/renderer/import/assimpimporter.h"
+
+#include "src/render/viewcontext.h"
+#include "viewer/renderer/import/filebytes.h"
+#include "viewer/renderer/import/filechecks.h"
+#include "viewer/renderer/import/importwords.h"
+#include "viewer/renderer/import/materialreader.h"
+#include "viewer/renderer/import/sandboxedfiles.h"
+#include "viewer/renderer/import/scenechecks.h"
+#include "viewer/renderer/import/sceneflattening.h"
+
+#include <algorithm>
+#include <assimp/BaseImporter.h>
+#include <assimp/Importer.hpp>
+#include <assimp/ProgressHandler.hpp>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+#include <set>
+
+namespace ov3d::renderer {
+namespace {
+
+/// Shares of the whole import, in percent.
+constexpr int kReadShare = 60;
+constexpr int kPrepareShare = 70;
+
+class ProgressReport : public Assimp::ProgressHandler
+{
+public:
+    ProgressReport(const std::function<void(int)>& report, int from, int to)
+        : m_report(report)
+        , m_from(from)
+        , m_to(to)
+    {
+    }
+
+    bool Update(float share) override
+    {
+        if (share >= 0.0f && share <= 1.0f)
+            m_report(m_from + static_cast<int>(static_cast<float>(m_to - m_from) * share));
+        return true;
+    }
+
+private:
+    const std::function<void(int)>& m_report;
+    int m_from;
+    int m_to;
+};
+
+const char* suffixOf(std::int32_t format)
+{
+    switch (format) {
+    case kFormatFbx:
+        return "fbx";
+    case kFormatObj:
+        return "obj";
+    case kFormatGltf:
+        return "gltf";
+    case kFormatStl:
+        return "stl";
+    case kFormatGlb:
+        return "glb";
+    default:
+        return nullptr;
+    }
+}
+
+std::string stemOf(const std::string& path)
+{
+    const std::string name = path.substr(path.rfind('/') + 1);
+    return name.substr(0, name.rfind('.'));
+}
+
+/// Leaves Assimp nothing but the importers of one suffix, so that no content can choose another one.
+void keepOnly(Assimp::Importer& importer, const std::string& suffix)
+{
+    for (std::size_t i = importer.GetImporterCount(); i > 0; --i) {
+        Assimp::BaseImporter* candidate = importer.GetImporter(i - 1);
+        std::set<std::string> suffixes;
+        candidate->GetExtensionList(suffixes);
+        if (suffixes.count(suffix) == 0) {
+            importer.UnregisterLoader(candidate);
+            delete candidate;
+        }
+    }
+}
+
+bool readAxis(const aiMetadata& metadata, const char* axisKey, const char* signKey, int& axis, int& sign)
+{
+    return metadata.Get(axisKey, axis) && metadata.Get(signKey, sign) && axis >= 0 && axis <= 2 &&
+           (sign == 1 || sign == -1);
+}
+
+/// FBX files say which of their axes point right, up and forward.
+Matrix axesFromMetadata(const aiScene& scene)
+{
+    Matrix axes;
+    int right = 0, up = 1, front = 2, rightSign = 1, upSign = 1, frontSign = 1;
+    if (scene.mMetaData == nullptr || !readAxis(*scene.mMetaData, "CoordAxis", "CoordAxisSign", right, rightSign) ||
+        !readAxis(*scene.mMetaData, "UpAxis", "UpAxisSign", up, upSign) ||
+        !readAxis(*scene.mMetaData, "FrontAxis", "FrontAxisSign", front, frontSign) || right == up || up == front ||
+        front == right)
+        return axes;
+    for (auto& row : axes.m)
+        std::fill(std::begin(row), std::end(row), 0.0);
+    axes.m[0][right] = rightSign;
+    axes.m[1][up] = upSign;
+    axes.m[2][front] = frontSign;
+    // A mirrored world is nobody's wish: up and front hold, the right follows.
+    if (axes.determinant() < 0)
+        axes.m[0][right] = -axes.m[0][right];
+    return axes;
+}
+
+Matrix toYUp(const aiScene& scene, std::int32_t format)
+{
+    Matrix axes;
+    if (format == kFormatFbx)
+        return axesFromMetadata(scene);
+    if (format == kFormatStl) {
+        axes.m[1][1] = axes.m[2][2] = 0;
+        axes.m[1][2] = 1;
+        axes.m[2][1] = -1;
+    }
+    return axes;
+}
+
+void configure(Assimp::Importer& importer)
+{
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_ANIMATIONS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_CAMERAS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_LIGHTS, false);
+}
+
+/// Reads, repairs and prepares. @return the scene, owned by the importer, or nothing with a reason.
+const aiScene* readScene(Assimp::Importer& importer, const std::string& name, std::vector<std::string>& notes,
+                         std::string& message)
+{
+    const aiScene* scene = importer.ReadFile(name, 0);
+    if (scene == nullptr) {
+        message = importer.GetErrorString();
+        return nullptr;
+    }
+    // Assimp offers no other way to mend a scene before it works on it.
+    notes = repairScene(const_cast<aiScene&>(*scene));
+    scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_SortByPType);
+    if (scene == nullptr)
+        message = importer.GetErrorString();
+    return scene;
+}
+
+ImportResult failed(const std::string& reason)
+{
+    ImportResult result;
+    result.reason = reason;
+    return result;
+}
+
+} // namespace
+
+ImportResult AssimpImporter::read(const ImportRequest& request)
+{
+    const char* suffix = suffixOf(request.model_format);
+    if (suffix == nullptr)
+        return failed("is of no format that can be read");
+    std::string reason;
+    FileBytes bytes;
+    if (!bytes.open(request.path, reason))
+        return failed(reason);
+    const FileCheck check = checkFile(request.model_format, bytes.data(), bytes.size());
+    if (!check.reason.empty())
+        return failed(check.reason);
+    bytes.truncate(check.usable_bytes);
+
+    SideFiles sideFiles(request.path);
+    ImportResult result;
+    Assimp::Importer importer;
+    keepOnly(importer, suffix);
+    configure(importer);
+    auto* files = new SandboxedFiles(bytes, sideFiles, stemOf(request.path), suffix);
+    const std::string name = files->modelName();
+    importer.SetIOHandler(files);
+    importer.SetProgressHandler(new ProgressReport(request.progress, 0, kReadShare));
+
+    std::string message;
+    const aiScene* scene = readScene(importer, name, result.model.notes, message);
+    if (scene == nullptr)
+        return failed(plainReason(message, request.model_format, name, sideFiles.missing()));
+    request.progress(kPrepareShare);
+
+    MaterialReader materials(*scene, request, sideFiles, result.model);
+    flattenScene(*scene, toYUp(*scene, request.model_format), request.model_format == kFormatStl, materials,
+                 result.model,
+                 [&request](int percent) { request.progress(kPrepareShare + (100 - kPrepareShare) * percent / 100); });
+    if (result.model.meshes.empty())
+        return failed("holds nothing that can be drawn");
+    result.model.files = sideFiles.files();
+    result.model.missing = sideFiles.missing();
+    result.ok = true;
+    return result;
+}
+
+} // namespace ov3d::renderer
