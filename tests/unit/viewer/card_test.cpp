@@ -1,0 +1,122 @@
+#include "tests/support/testbase.h"
+#include "tests/support/testmain.h"
+#include "viewer/protocol/messages.h"
+#include "viewer/session/card.h"
+#include "viewer/session/jsontext.h"
+
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <thread>
+
+using namespace ov3d::session;
+
+namespace {
+
+QImage toImage(const Card& card)
+{
+    return QImage(card.pixels.data(), card.size.width, card.size.height,
+                  static_cast<int>(ov3d::protocol::rowBytes(card.size.width)), QImage::Format_RGB888)
+        .convertToFormat(QImage::Format_RGB32);
+}
+
+bool isNearKey(QRgb pixel)
+{
+    return std::abs(qRed(pixel) - 92) <= 2 && std::abs(qGreen(pixel) - 238) <= 2 && std::abs(qBlue(pixel) - 20) <= 2;
+}
+
+/// Pixels that differ clearly from the paper.
+int inkOf(const QImage& image)
+{
+    int count = 0;
+    for (int y = 2; y < image.height() - 2; ++y)
+        for (int x = 2; x < image.width() - 2; ++x)
+            count += qGray(image.pixel(x, y)) < 160 ? 1 : 0;
+    return count;
+}
+
+} // namespace
+
+class CardTest : public TestBase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cardFillsItsSizeWithoutKeyColour_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::newRow("one pixel") << 1 << 1;
+        QTest::newRow("too small for text") << 20 << 12;
+        QTest::newRow("smallest legible") << 64 << 48;
+        QTest::newRow("odd width") << 101 << 75;
+        QTest::newRow("usual") << 1280 << 960;
+        QTest::newRow("a strip") << 2000 << 10;
+    }
+
+    void cardFillsItsSizeWithoutKeyColour()
+    {
+        QFETCH(int, width);
+        QFETCH(int, height);
+        const Card card = drawCard({width, height}, "spider.glb", "ends in the middle of its data");
+        QCOMPARE(card.pixels.size(),
+                 static_cast<std::size_t>(ov3d::protocol::rowBytes(width)) * static_cast<std::size_t>(height));
+        const QImage image = toImage(card);
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                QVERIFY(!isNearKey(image.pixel(x, y)));
+    }
+
+    void nameAndReasonBothShow()
+    {
+        for (const PictureSize size : {PictureSize{64, 48}, PictureSize{640, 480}}) {
+            const Card both = drawCard(size, "spider.glb", "is empty");
+            const Card otherName = drawCard(size, "other.glb", "is empty");
+            const Card otherReason = drawCard(size, "spider.glb", "is broken");
+            QVERIFY(inkOf(toImage(both)) > 20);
+            QVERIFY(both.pixels != otherName.pixels);
+            QVERIFY(both.pixels != otherReason.pixels);
+        }
+    }
+
+    void longTextsAreElidedAndStayInside()
+    {
+        const std::string name = std::string(250, 'w') + ".glb";
+        const Card card = drawCard({64, 48}, name, std::string(2000, 'r'));
+        const QImage image = toImage(card);
+        const QRgb border = image.pixel(0, 0);
+        for (int x = 0; x < 64; ++x)
+            QCOMPARE(image.pixel(x, 47), border);
+    }
+
+    void sameInputsGiveTheSameBytesOnAnyThread()
+    {
+        const Card here = drawCard({200, 150}, "a.glb", "is empty");
+        Card there;
+        std::thread([&there] { there = drawCard({200, 150}, "a.glb", "is empty"); }).join();
+        QVERIFY(here.pixels == there.pixels);
+    }
+
+    void namesOfAnyBytesAreDrawn() { QVERIFY(!drawCard({200, 150}, "\xff\xfe\x01.glb", "\xff").pixels.empty()); }
+
+    void jsonTextIsValidForAnyBytes()
+    {
+        const std::string nasty = std::string("a\"\\\n\x01\xff\xC3\xA4\xED\xA0\x80", 11);
+        const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(jsonArray({nasty, "b"})));
+        QVERIFY(document.isArray());
+        QCOMPARE(document.array().size(), 2);
+        QVERIFY(document.array()[0].toString().startsWith(QStringLiteral("a\"\\\n\x01\uFFFD\u00E4")));
+        QCOMPARE(document.array()[1].toString(), QStringLiteral("b"));
+    }
+
+    void cutTextEndsAtAWholeCharacter()
+    {
+        QCOMPARE(toUtf8("a\xC3\xA4", 2), std::string("a"));
+        QCOMPARE(toUtf8("a\xC3\xA4", 3), std::string("a\xC3\xA4"));
+        QCOMPARE(toUtf8("\xC0\xAF"), std::string("\xEF\xBF\xBD\xEF\xBF\xBD"));
+    }
+};
+
+OV3D_TEST_MAIN(CardTest)
+#include "card_test.moc"

@@ -1,0 +1,226 @@
+#include "src/render/handshake.h"
+#include "tests/support/testbase.h"
+#include "tests/support/testmain.h"
+#include "tests/unit/viewer/fakehost.h"
+#include "viewer/session/ov3dviewer.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QProcess>
+
+#include <signal.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+FakeHost* g_host = nullptr;
+
+void stopFromTheCallback(int)
+{
+    if (g_host)
+        g_host->stop();
+}
+
+std::atomic<bool> g_inCallback{false};
+
+void slowCallback(int)
+{
+    g_inCallback = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    g_inCallback = false;
+}
+
+} // namespace
+
+/// Once a stop request has returned, nothing touches the context.
+class SessionStopTest : public TestBase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        TestBase::init();
+        m_fixture = std::make_unique<ViewerFixture>();
+    }
+
+    void cleanup()
+    {
+        m_fixture.reset();
+        TestBase::cleanup();
+    }
+
+    void stopReturnsAtOnceAndNothingIsWrittenAfterwards_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("moment");
+        QTest::newRow("directly after the start") << "plain.glb" << 0;
+        QTest::newRow("while a renderer hangs in a load") << "hangload.glb" << 1;
+        QTest::newRow("while it loads and reports") << "slowload.glb" << 1;
+        QTest::newRow("while a load crashes again and again") << "crashload.glb" << 1;
+        QTest::newRow("while the first picture is being drawn") << "hangpicture.glb" << 2;
+        QTest::newRow("at the first draw") << "plain.glb" << 3;
+        QTest::newRow("while pictures follow each other") << "plain.glb" << 4;
+        QTest::newRow("at rest") << "plain.glb" << 5;
+        QTest::newRow("with a card") << "failed.glb" << 5;
+    }
+
+    void stopReturnsAtOnceAndNothingIsWrittenAfterwards()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, moment);
+        const QString path = m_fixture->model(name);
+        FakeHost host(path);
+        host.start();
+        if (moment == 1)
+            QVERIFY(waitFor([&] { return ViewerFixture::count(path, QStringLiteral("load")) > 0; }));
+        if (moment == 2)
+            QVERIFY(waitFor([&] { return ViewerFixture::count(path, QStringLiteral("render")) > 0; }));
+        if (moment >= 3)
+            QVERIFY(host.waitForFirstDraw());
+        if (moment == 4) {
+            for (int i = 0; i < 10; ++i) {
+                host.mouse(kMouseWheel, 10, 10, 0);
+                host.take(100);
+            }
+            storeRelease(host.context().frame_width, kNoFrame);
+        }
+        if (moment == 5)
+            host.takeAll();
+        const qint64 took = host.stop();
+        QVERIFY2(took < 100, qPrintable(QString::number(took)));
+
+        // Poison all of it, free frame included: any late write would show.
+        std::memset(static_cast<void*>(&host.context()), 0x5A, sizeof(ViewContext));
+        storeRelease(host.context().frame_width, kNoFrame);
+        std::fill(host.buffer().begin(), host.buffer().end(), static_cast<unsigned char>(0x5A));
+        const std::size_t progress = host.progress().size();
+        ViewContext expected;
+        std::memcpy(static_cast<void*>(&expected), &host.context(), sizeof expected);
+        QVERIFY(host.waitForThread());
+        QTest::qWait(250); // three rounds of the watcher
+        QCOMPARE(std::memcmp(&expected, &host.context(), sizeof expected), 0);
+        QVERIFY(std::all_of(host.buffer().begin(), host.buffer().end(), [](unsigned char b) { return b == 0x5A; }));
+        QCOMPARE(host.progress().size(), progress);
+        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+        QCOMPARE(ov3dViewerPending(), 0);
+    }
+
+    void stopAtRandomMomentsIsSafe()
+    {
+        // Contexts are freed at once after the stop: an address sanitizer build sees any late access.
+        for (int i = 0; i < 40; ++i) {
+            FakeHost host(m_fixture->model(i % 2 ? QStringLiteral("plain.glb") : QStringLiteral("slowload.glb")));
+            host.start();
+            QTest::qSleep(1 + i * 3);
+            host.call(kOperationRedraw);
+            host.stop();
+            std::memset(static_cast<void*>(&host.context()), 0, sizeof(ViewContext));
+        }
+        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+    }
+
+    void progressCallbackMayStopTheSession()
+    {
+        FakeHost host(m_fixture->model(QStringLiteral("slowload.glb")));
+        g_host = &host;
+        host.start();
+        host.context().progress_callback = stopFromTheCallback;
+        QVERIFY(host.waitForThread());
+        g_host = nullptr;
+        QVERIFY(!host.isFirstDrawDone());
+    }
+
+    void stopWaitsForAProgressCallbackThatRuns()
+    {
+        FakeHost host(m_fixture->model(QStringLiteral("slowload.glb")));
+        host.start();
+        host.context().progress_callback = slowCallback;
+        QVERIFY(waitFor([] { return g_inCallback.load(); }));
+        host.stop();
+        QVERIFY(!g_inCallback);
+    }
+
+    void secondStopAndLateRequestsDoNothing()
+    {
+        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        host.startAndSettle();
+        host.stop();
+        std::memset(&host.context().scene_status, 0x22, sizeof(OV3DOBJECT::SceneStatus));
+        host.stop();
+        host.call(kOperationRedraw);
+        const auto* bytes = reinterpret_cast<const unsigned char*>(&host.context().scene_status);
+        QCOMPARE(bytes[0], static_cast<unsigned char>(0x22));
+        QVERIFY(!host.hasFrame());
+    }
+
+    void addressCanBeUsedAgainAfterAStop()
+    {
+        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        for (int i = 0; i < 5; ++i) {
+            QVERIFY(host.startAndSettle().isFinal());
+            host.stop();
+        }
+        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+    }
+
+    void processMayEndWhileSessionsLive()
+    {
+        // A child of the fork kind would not have the session's thread; run ourselves with a word that tells us to
+        // leave a session alive at the end of main.
+        QProcess process;
+        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--leave-sessions-alive")});
+        QVERIFY(process.waitForFinished(20000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+        const int renderer = process.readAllStandardOutput().trimmed().toInt();
+        QVERIFY(renderer > 0);
+        QVERIFY2(waitFor([renderer] { return kill(renderer, 0) != 0 || isZombie(renderer); }),
+                 "its renderer ends with it");
+    }
+
+    /// Whether a process is dead and merely not waited for (its new parent may be slow to do so).
+    static bool isZombie(int id)
+    {
+        QFile file(QStringLiteral("/proc/%1/stat").arg(id));
+        if (!file.open(QIODevice::ReadOnly))
+            return true;
+        const QByteArray text = file.readAll();
+        return text.mid(text.lastIndexOf(')') + 2, 1) == "Z";
+    }
+
+private:
+    std::unique_ptr<ViewerFixture> m_fixture;
+};
+
+namespace {
+
+int leaveSessionsAlive()
+{
+    static ViewerFixture& fixture = *new ViewerFixture;
+    const QString path = fixture.model(QStringLiteral("plain.glb"));
+    static FakeHost& host = *new FakeHost(path);
+    host.start();
+    if (!host.waitForFirstDraw())
+        return 1;
+    host.view.view_type = 5;
+    host.call(kOperationApplyViewType);
+    std::printf("%d\n", ViewerFixture::rendererOf(path));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    if (application.arguments().contains(QStringLiteral("--leave-sessions-alive")))
+        return leaveSessionsAlive();
+    SessionStopTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "sessionstop_test.moc"

@@ -1,0 +1,46 @@
+#include "viewer/session/limits.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace ov3d::session {
+
+namespace {
+
+constexpr std::uint64_t kMostExtraSeconds = 3600;
+
+struct Guarded
+{
+    std::mutex mutex;
+    Limits limits;
+};
+
+Guarded& guarded()
+{
+    // Never destroyed: sessions may outlive the static objects of a process that ends.
+    static Guarded& instance = *new Guarded;
+    return instance;
+}
+
+} // namespace
+
+Limits limits()
+{
+    const std::lock_guard lock(guarded().mutex);
+    return guarded().limits;
+}
+
+void setLimits(const Limits& limits)
+{
+    const std::lock_guard lock(guarded().mutex);
+    guarded().limits = limits;
+}
+
+std::chrono::milliseconds loadLimit(std::uint64_t fileBytes)
+{
+    const Limits now = limits();
+    const std::uint64_t share = std::max<std::uint64_t>(1, now.bytes_for_another_second);
+    return now.load + std::chrono::seconds(std::min(fileBytes / share, kMostExtraSeconds));
+}
+
+} // namespace ov3d::session

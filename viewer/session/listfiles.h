@@ -1,0 +1,13 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ov3d::session {
+
+/// The side files of a model, found by a renderer process of its own. Blocks within the time limit of a load.
+/// @return nothing when the model could not be read.
+[[nodiscard]] std::optional<std::vector<std::string>> listFiles(const std::string& path);
+
+} // namespace ov3d::session
