@@ -1,0 +1,33 @@
+#include "apps/board/boardoptions.h"
+
+namespace ov3d::apps
+{
+
+bool parseBoardOptions(const QStringList& words, BoardOptions& options, QString& error)
+{
+    bool optionsEnded = false;
+    for (int i = 0; i < words.size(); ++i) {
+        const QString& word = words[i];
+        if (optionsEnded || !word.startsWith(QLatin1Char('-'))) {
+            options.files << word;
+        } else if (word == QLatin1String("--")) {
+            optionsEnded = true;
+        } else if (word == QLatin1String("--help") || word == QLatin1String("-h")) {
+            options.help = true;
+        } else if (word == QLatin1String("--version")) {
+            options.version = true;
+        } else if (word == QLatin1String("--screenshot")) {
+            options.screenshot = words.value(++i);
+            if (options.screenshot.isEmpty()) {
+                error = QStringLiteral("the option --screenshot needs a file");
+                return false;
+            }
+        } else {
+            error = QStringLiteral("unknown option %1").arg(word);
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace ov3d::apps

@@ -1,0 +1,84 @@
+#include "apps/board/pagecommands.h"
+
+#include <QVariant>
+
+#include <limits>
+#include <utility>
+
+namespace ov3d::apps
+{
+
+namespace
+{
+
+constexpr QSizeF kSmallestItem(64, 48);
+constexpr const char* kLargestAreaProperty = "ov3dLargestArea";
+
+/// Frame memory holds eight bytes a pixel of the first size, and a picture needs three.
+constexpr double kGrowth = 8.0 / 3.0 * 0.98;
+
+} // namespace
+
+PresenceCommand::PresenceCommand(COvPage* page, SharedItem item, Kind kind)
+    : m_page(page), m_item(std::move(item)), m_kind(kind)
+{
+    setText(kind == Kind::insertion ? QStringLiteral("Insert model") : QStringLiteral("Remove model"));
+}
+
+void PresenceCommand::undo()
+{
+    setPresent(m_kind == Kind::removal);
+}
+
+void PresenceCommand::redo()
+{
+    setPresent(m_kind == Kind::insertion);
+}
+
+void PresenceCommand::setPresent(bool present)
+{
+    if (present)
+        m_page->addObject(m_item->item());
+    else
+        m_page->takeObject(m_item->item());
+}
+
+FrameCommand::FrameCommand(CBaseObject* item, const QRectF& before, const QRectF& after)
+    : m_item(item), m_before(before), m_after(after)
+{
+    setText(before.size() == after.size() ? QStringLiteral("Move model") : QStringLiteral("Resize model"));
+}
+
+void FrameCommand::undo()
+{
+    if (m_item)
+        applyFrame(*m_item, m_before);
+}
+
+void FrameCommand::redo()
+{
+    if (std::exchange(m_redoArmed, true) && m_item)
+        applyFrame(*m_item, m_after);
+}
+
+void applyFrame(CBaseObject& item, const QRectF& frame, FramePart part)
+{
+    if (frame.size() != item.getSize())
+        item.setSize(frame.size(), false, false);
+    item.setObjRect(anchoredFrame(frame, part, item.getSize()));
+    item.updateAfterObjRectChanged(&item, true);
+}
+
+void rememberFrameLimits(CBaseObject& item)
+{
+    const QSizeF size = item.getSize();
+    item.setProperty(kLargestAreaProperty, size.width() * size.height() * kGrowth);
+}
+
+FrameLimits frameLimits(const CBaseObject& item)
+{
+    const QVariant area = item.property(kLargestAreaProperty);
+    return {kSmallestItem, area.isValid() ? area.toDouble() : std::numeric_limits<double>::max()};
+}
+
+} // namespace ov3d::apps
