@@ -103,9 +103,9 @@ private Q_SLOTS:
     void filesOutsideKeepTheirNameAlone()
     {
         writeFile(m_source + "/models/chair.obj", "model");
-        writeFile(m_source + "/shared/oak.png", "oak");
+        writeFile(m_source + "/common/oak.png", "oak");
         store("/models/chair.obj", "chair");
-        store("/models/../shared/oak.png", "chair");
+        store("/models/../common/oak.png", "chair");
         QCOMPARE(restore(1), m_document->root() + "/resources/1/chair/oak.png");
         QCOMPARE(contentOf(restore(1)), QByteArray("oak"));
     }
