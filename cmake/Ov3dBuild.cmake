@@ -17,7 +17,7 @@ set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O3 -g1")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/static")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib;$ORIGIN")
 
 include(GNUInstallDirs)
@@ -43,7 +43,8 @@ endfunction()
 
 # ov3d_add_test(name SOURCES ... [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [ENVIRONMENT VAR=VALUE ...] [ARGUMENTS ...])
 #
-# One executable a topic. Every test runs without a display server and with a working folder of its own.
+# One executable a topic. Every test runs without a display server and with a working folder of its own. (The address
+# sanitizer's alternate signal stack does not survive the end of a thread that was terminated.)
 function(ov3d_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT;ARGUMENTS")
     add_executable(${name} ${arg_SOURCES})
@@ -57,7 +58,7 @@ function(ov3d_add_test name)
     file(MAKE_DIRECTORY "${folder}")
     add_test(NAME ${name} COMMAND ${name} ${arg_ARGUMENTS} WORKING_DIRECTORY "${folder}")
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0;${arg_ENVIRONMENT}")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0;ASAN_OPTIONS=use_sigaltstack=0;${arg_ENVIRONMENT}")
     if(arg_SERIAL)
         set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
     endif()

@@ -3,11 +3,9 @@
 
 #include <variant>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-namespace
-{
+namespace {
 
 constexpr std::uint32_t kFbxVersion = 7400;
 constexpr int kNullRecordBytes = 13;
@@ -26,8 +24,7 @@ struct FbxNode
     std::vector<FbxNode> children;
 };
 
-template <typename Number>
-void putArray(QByteArray& bytes, char type, const std::vector<Number>& values)
+template <typename Number> void putArray(QByteArray& bytes, char type, const std::vector<Number>& values)
 {
     bytes.append(type);
     put<std::uint32_t>(bytes, static_cast<std::uint32_t>(values.size()));
@@ -107,7 +104,8 @@ FbxNode layer()
     const auto element = [](const char* type) {
         return FbxNode{"LayerElement", {}, {{"Type", {QByteArray(type)}, {}}, {"TypedIndex", {std::int32_t{0}}, {}}}};
     };
-    return {"Layer", {std::int32_t{0}},
+    return {"Layer",
+            {std::int32_t{0}},
             {{"Version", {std::int32_t{100}}, {}}, element("LayerElementNormal"), element("LayerElementMaterial")}};
 }
 
@@ -124,7 +122,8 @@ FbxNode geometry(const Mesh& mesh)
         const Vec3 n = mesh.normals[mesh.indices[i]];
         normals.insert(normals.end(), {n.x, n.y, n.z});
     }
-    return {"Geometry", {kGeometryId, objectName("mesh", "Geometry"), QByteArray("Mesh")},
+    return {"Geometry",
+            {kGeometryId, objectName("mesh", "Geometry"), QByteArray("Mesh")},
             {{"GeometryVersion", {std::int32_t{124}}, {}},
              {"Vertices", {FbxArray(vertices)}, {}},
              {"PolygonVertexIndex", {FbxArray(corners)}, {}},
@@ -143,21 +142,30 @@ std::vector<FbxNode> document(const Mesh& mesh, const Material& material)
 {
     const auto axis = [](const char* name, std::int32_t value) { return property70(name, "int", "Integer", {value}); };
     const Vec3 c = material.colour;
-    const FbxNode model = {"Model", {kModelId, objectName("model", "Model"), QByteArray("Mesh")},
-                           {{"Version", {std::int32_t{232}}, {}}}};
-    const FbxNode look = {"Material", {kMaterialId, objectName(material.name.toUtf8(), "Material"), QByteArray()},
+    const FbxNode model = {
+        "Model", {kModelId, objectName("model", "Model"), QByteArray("Mesh")}, {{"Version", {std::int32_t{232}}, {}}}};
+    const FbxNode look = {"Material",
+                          {kMaterialId, objectName(material.name.toUtf8(), "Material"), QByteArray()},
                           {{"Version", {std::int32_t{102}}, {}},
                            {"ShadingModel", {QByteArray("lambert")}, {}},
                            {"Properties70", {}, {property70("DiffuseColor", "Color", "", {c.x, c.y, c.z})}}}};
     return {
-        {"FBXHeaderExtension", {}, {{"FBXHeaderVersion", {std::int32_t{1003}}, {}},
-                                    {"FBXVersion", {static_cast<std::int32_t>(kFbxVersion)}, {}},
-                                    {"Creator", {QByteArray("ov3d-make-models")}, {}}}},
-        {"GlobalSettings", {}, {{"Version", {std::int32_t{1000}}, {}},
-                                {"Properties70", {}, {axis("UpAxis", 1), axis("UpAxisSign", 1), axis("FrontAxis", 2),
-                                                      axis("FrontAxisSign", 1), axis("CoordAxis", 0), axis("CoordAxisSign", 1)}}}},
+        {"FBXHeaderExtension",
+         {},
+         {{"FBXHeaderVersion", {std::int32_t{1003}}, {}},
+          {"FBXVersion", {static_cast<std::int32_t>(kFbxVersion)}, {}},
+          {"Creator", {QByteArray("ov3d-make-models")}, {}}}},
+        {"GlobalSettings",
+         {},
+         {{"Version", {std::int32_t{1000}}, {}},
+          {"Properties70",
+           {},
+           {axis("UpAxis", 1), axis("UpAxisSign", 1), axis("FrontAxis", 2), axis("FrontAxisSign", 1),
+            axis("CoordAxis", 0), axis("CoordAxisSign", 1)}}}},
         {"Objects", {}, {geometry(mesh), model, look}},
-        {"Connections", {}, {connection(kModelId, 0), connection(kGeometryId, kModelId), connection(kMaterialId, kModelId)}},
+        {"Connections",
+         {},
+         {connection(kModelId, 0), connection(kGeometryId, kModelId), connection(kMaterialId, kModelId)}},
     };
 }
 

@@ -11,11 +11,9 @@
 #include <algorithm>
 #include <cmath>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-namespace
-{
+namespace {
 
 QString key(const char* text)
 {
@@ -27,7 +25,10 @@ class GltfBuilder
 {
 public:
     /// An empty folder embeds the textures; otherwise they are named "<folder>/<texture>.png" and kept for saving.
-    explicit GltfBuilder(QString textureFolder) : m_textureFolder(std::move(textureFolder)) {}
+    explicit GltfBuilder(QString textureFolder)
+        : m_textureFolder(std::move(textureFolder))
+    {
+    }
 
     void add(const Part& part);
     [[nodiscard]] QJsonObject document(const QJsonObject& buffer) const;
@@ -96,7 +97,8 @@ int GltfBuilder::addView(const QByteArray& bytes, int target)
     return m_views.size() - 1;
 }
 
-int GltfBuilder::addAccessor(const QByteArray& bytes, int componentType, std::size_t count, const char* type, int target)
+int GltfBuilder::addAccessor(const QByteArray& bytes, int componentType, std::size_t count, const char* type,
+                             int target)
 {
     m_accessors.append(QJsonObject{{key("bufferView"), addView(bytes, target)},
                                    {key("componentType"), componentType},
@@ -155,7 +157,8 @@ void GltfBuilder::add(const Part& part)
     m_accessors[positions] = accessor;
 
     QJsonObject attributes{{key("POSITION"), positions}};
-    attributes.insert(key("NORMAL"), addAccessor(floats(mesh.normals), kFloat, mesh.normals.size(), "VEC3", kArrayBuffer));
+    attributes.insert(key("NORMAL"),
+                      addAccessor(floats(mesh.normals), kFloat, mesh.normals.size(), "VEC3", kArrayBuffer));
     if (!part.material.texture.isNull()) {
         QByteArray uvs;
         for (const Vec2& uv : mesh.uvs) {
@@ -198,7 +201,8 @@ QJsonObject GltfBuilder::document(const QJsonObject& buffer) const
     };
     if (!m_textures.isEmpty()) {
         // Linear filtering with mipmaps, repeated in both directions.
-        const QJsonObject sampler{{key("magFilter"), 9729}, {key("minFilter"), 9987}, {key("wrapS"), 10497}, {key("wrapT"), 10497}};
+        const QJsonObject sampler{
+            {key("magFilter"), 9729}, {key("minFilter"), 9987}, {key("wrapS"), 10497}, {key("wrapT"), 10497}};
         root.insert(key("samplers"), QJsonArray{sampler});
         root.insert(key("textures"), m_textures);
         root.insert(key("images"), m_images);
@@ -237,7 +241,8 @@ QString writeGltf(const QString& path, const Model& model, const QString& sideFo
     const QFileInfo file(path);
     const QString side = file.path() + QLatin1Char('/') + sideFolder + QLatin1Char('/');
     const QString binName = file.completeBaseName() + key(".bin");
-    const QJsonObject buffer{{key("uri"), sideFolder + QLatin1Char('/') + binName}, {key("byteLength"), builder.binary().size()}};
+    const QJsonObject buffer{{key("uri"), sideFolder + QLatin1Char('/') + binName},
+                             {key("byteLength"), builder.binary().size()}};
     QString error = writeFile(side + binName, builder.binary());
     for (const auto& picture : builder.pictures()) {
         if (error.isEmpty())

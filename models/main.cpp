@@ -10,8 +10,7 @@
 
 using namespace ov3d::models;
 
-namespace
-{
+namespace {
 
 constexpr const char* kUsage = "usage: ov3d-make-models FOLDER\n"
                                "       ov3d-make-models --grid TRIANGLES FILE.glb|FILE.stl|FILE.obj\n";

@@ -4,11 +4,9 @@
 #include <cmath>
 #include <numbers>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-namespace
-{
+namespace {
 
 /// Right, down and outward directions of a box side.
 struct FaceAxes
@@ -91,7 +89,8 @@ void Mesh::append(const Mesh& other)
     positions.insert(positions.end(), other.positions.begin(), other.positions.end());
     normals.insert(normals.end(), other.normals.begin(), other.normals.end());
     uvs.insert(uvs.end(), other.uvs.begin(), other.uvs.end());
-    std::ranges::transform(other.indices, std::back_inserter(indices), [offset](std::uint32_t i) { return i + offset; });
+    std::ranges::transform(other.indices, std::back_inserter(indices),
+                           [offset](std::uint32_t i) { return i + offset; });
 }
 
 void Mesh::translate(Vec3 by)

@@ -6,8 +6,7 @@
 #include <functional>
 #include <vector>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
 struct Vec2
 {
@@ -54,7 +53,8 @@ Mesh surface(int columns, int rows, const std::function<Vec3(double u, double v)
 Mesh lathe(int segments, int rows, const std::function<Vec2(double v)>& profile);
 
 /// A tube of round cross-section along a curve that never runs parallel to the Z axis; `radius` may vary along it.
-Mesh tube(int segments, int rows, const std::function<Vec3(double v)>& curve, const std::function<double(double v)>& radius);
+Mesh tube(int segments, int rows, const std::function<Vec3(double v)>& curve,
+          const std::function<double(double v)>& radius);
 
 /// A smooth curve through points, parameterised over [0, 1].
 std::function<Vec2(double)> spline(std::vector<Vec2> points);

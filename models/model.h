@@ -7,8 +7,7 @@
 
 #include <vector>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
 /// Look of a part. Colours are sRGB, components 0 to 1.
 struct Material

@@ -6,11 +6,9 @@
 #include <cmath>
 #include <numbers>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-namespace
-{
+namespace {
 
 constexpr double kPi = std::numbers::pi;
 constexpr double kBoardTop = 0.16;
@@ -42,9 +40,22 @@ Part board()
 Part vase()
 {
     // From the inside bottom up to the lip, and down the outside.
-    const auto profile = spline({{0.00, 0.12}, {0.26, 0.16}, {0.40, 0.45}, {0.36, 0.90}, {0.20, 1.30}, {0.20, 1.60},
-                                 {0.30, 1.80}, {0.345, 1.83}, {0.34, 1.79}, {0.25, 1.60}, {0.25, 1.30}, {0.42, 0.90},
-                                 {0.47, 0.45}, {0.34, 0.08}, {0.31, 0.00}, {0.00, 0.00}});
+    const auto profile = spline({{0.00, 0.12},
+                                 {0.26, 0.16},
+                                 {0.40, 0.45},
+                                 {0.36, 0.90},
+                                 {0.20, 1.30},
+                                 {0.20, 1.60},
+                                 {0.30, 1.80},
+                                 {0.345, 1.83},
+                                 {0.34, 1.79},
+                                 {0.25, 1.60},
+                                 {0.25, 1.30},
+                                 {0.42, 0.90},
+                                 {0.47, 0.45},
+                                 {0.34, 0.08},
+                                 {0.31, 0.00},
+                                 {0.00, 0.00}});
     Mesh mesh = lathe(48, 50, profile);
     mesh.rotateY(kPi);
     mesh.translate({-0.72, kBoardTop, -0.62});
@@ -55,7 +66,8 @@ Mesh appleBody()
 {
     return lathe(40, 28, [](double v) {
         const double angle = kPi * v;
-        const double dent = 0.42 * std::exp(-std::pow(angle / 0.42, 2)) + 0.16 * std::exp(-std::pow((kPi - angle) / 0.30, 2));
+        const double dent =
+            0.42 * std::exp(-std::pow(angle / 0.42, 2)) + 0.16 * std::exp(-std::pow((kPi - angle) / 0.30, 2));
         const double taper = 1 + 0.06 * std::cos(angle);
         return Vec2{0.47 * std::sin(angle) * taper, 0.43 * std::cos(angle) * (1 - dent)};
     });
@@ -63,8 +75,12 @@ Mesh appleBody()
 
 Mesh stem(double height, double lean)
 {
-    return tube(10, 6, [=](double v) { return Vec3{lean * (1 - v) * (1 - v), height * (1 - v), 0.0}; },
-                [](double v) { return 0.022 + 0.018 * (1 - v) * (1 - v); });
+    return tube(
+        10, 6,
+        [=](double v) {
+            return Vec3{lean * (1 - v) * (1 - v), height * (1 - v), 0.0};
+        },
+        [](double v) { return 0.022 + 0.018 * (1 - v) * (1 - v); });
 }
 
 /// A pointed leaf with two sides, its stalk at the origin, its tip along +X.
@@ -100,8 +116,15 @@ std::vector<Part> apple()
 
 std::vector<Part> pear()
 {
-    const auto profile = spline({{0.00, 1.08}, {0.10, 1.07}, {0.19, 0.98}, {0.23, 0.80}, {0.32, 0.60}, {0.43, 0.38},
-                                 {0.40, 0.14}, {0.22, 0.02}, {0.00, 0.03}});
+    const auto profile = spline({{0.00, 1.08},
+                                 {0.10, 1.07},
+                                 {0.19, 0.98},
+                                 {0.23, 0.80},
+                                 {0.32, 0.60},
+                                 {0.43, 0.38},
+                                 {0.40, 0.14},
+                                 {0.22, 0.02},
+                                 {0.00, 0.03}});
     Mesh body = lathe(40, 30, profile);
     Mesh stalk = stem(0.24, -0.08);
     stalk.translate({0, 1.05, 0});
@@ -172,7 +195,8 @@ Model texturedCube()
     Mesh sides;
     for (const BoxFace face : {BoxFace::right, BoxFace::back, BoxFace::left, BoxFace::top, BoxFace::bottom})
         sides.append(boxFace(size, face));
-    return {{name("front"), boxFace(size, BoxFace::front),
+    return {{name("front"),
+             boxFace(size, BoxFace::front),
              {name("quarters"), {1, 1, 1}, 0, 0.8, quartersTexture(256), name("quarters")}},
             {name("sides"), sides, {name("grey"), {0.55, 0.55, 0.55}, 0, 0.8, {}, {}}}};
 }

@@ -2,10 +2,10 @@
 
 #include "models/model.h"
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-/// The default sample: a small still life of fruit and a vase on a wooden board, about 3.5 units wide, standing on y = 0.
+/// The default sample: a small still life of fruit and a vase on a wooden board, about 3.5 units wide, standing on y =
+/// 0.
 Model stillLife();
 
 /// A cube of edge 2 about the origin: the front side (+Z) bears quartersTexture, the other sides are grey.

@@ -9,11 +9,9 @@
 #include <numbers>
 #include <vector>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-namespace
-{
+namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
 

@@ -4,8 +4,7 @@
 
 #include <QImage>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
 /// Four flat areas, side by side without blending: upper left red (220, 40, 40), upper right blue (40, 80, 220), lower
 /// left yellow (240, 200, 40), lower right white (245, 245, 245).

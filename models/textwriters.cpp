@@ -6,11 +6,9 @@
 #include <QSaveFile>
 #include <QStringList>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
-namespace
-{
+namespace {
 
 QByteArray numbers(std::initializer_list<double> values)
 {
@@ -23,8 +21,8 @@ QByteArray numbers(std::initializer_list<double> values)
 QByteArray materialText(const Material& material, const QString& sideFolder)
 {
     const Vec3 c = material.texture.isNull() ? material.colour : Vec3{1, 1, 1};
-    QByteArray text = "newmtl " + material.name.toUtf8().replace(' ', '_') + "\nKd" + numbers({c.x, c.y, c.z})
-        + "\nKs 0.1 0.1 0.1\nNs 40\nd 1\nillum 2\n";
+    QByteArray text = "newmtl " + material.name.toUtf8().replace(' ', '_') + "\nKd" + numbers({c.x, c.y, c.z}) +
+                      "\nKs 0.1 0.1 0.1\nNs 40\nd 1\nillum 2\n";
     if (!material.texture.isNull())
         text += "map_Kd " + sideFolder.toUtf8() + '/' + material.textureName.toUtf8() + ".png\n";
     return text + '\n';
@@ -80,7 +78,8 @@ QString writeObj(const QString& path, const Model& model, const QString& sideFol
         QBuffer buffer(&png);
         buffer.open(QIODevice::WriteOnly);
         part.material.texture.save(&buffer, "PNG", 30);
-        const QString texture = info.path() + QLatin1Char('/') + sideFolder + QLatin1Char('/') + part.material.textureName;
+        const QString texture =
+            info.path() + QLatin1Char('/') + sideFolder + QLatin1Char('/') + part.material.textureName;
         if (const QString error = writeFile(texture + QStringLiteral(".png"), png); !error.isEmpty())
             return error;
     }

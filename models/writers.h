@@ -7,8 +7,7 @@
 
 #include <QString>
 
-namespace ov3d::models
-{
+namespace ov3d::models {
 
 /// One binary glTF 2.0 file with everything inside.
 QString writeGlb(const QString& path, const Model& model);

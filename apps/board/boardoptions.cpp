@@ -1,7 +1,6 @@
 #include "apps/board/boardoptions.h"
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 bool parseBoardOptions(const QStringList& words, BoardOptions& options, QString& error)
 {

@@ -3,8 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// What the command line of ov3dboard asks for.
 struct BoardOptions

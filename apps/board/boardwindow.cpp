@@ -16,11 +16,9 @@
 #include <QMenuBar>
 #include <QStatusBar>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr QSizeF kPageSize(1920, 1080);
 constexpr QSize kWindowSize(1280, 800);
@@ -39,7 +37,9 @@ public:
 } // namespace
 
 BoardWindow::BoardWindow(const Services& services)
-    : m_services(services), m_document(services.documentFolder), m_page(m_document.addPage(kPageSize))
+    : m_services(services)
+    , m_document(services.documentFolder)
+    , m_page(m_document.addPage(kPageSize))
 {
     m_services.framework.setCurrentDocument(&m_document);
     m_view = new PageView(*m_page, this);
@@ -168,7 +168,8 @@ CBaseObject* BoardWindow::loadModel(const QString& path, const QRectF& place)
         return nullptr;
     }
     m_page->addObject(item);
-    say(QStringLiteral("%1: drag to turn it, wheel to zoom, right button to shift; the frame moves and resizes it").arg(name));
+    say(QStringLiteral("%1: drag to turn it, wheel to zoom, right button to shift; the frame moves and resizes it")
+            .arg(name));
     return item;
 }
 
@@ -206,7 +207,8 @@ void BoardWindow::report(const ViewerEvent& event)
     if (event.kind == ViewerEvent::Kind::card)
         complain(path, event.reason);
     else if (event.kind == ViewerEvent::Kind::missing)
-        say(QStringLiteral("%1: shown without %2").arg(QFileInfo(path).fileName(), event.files.join(QStringLiteral(", "))));
+        say(QStringLiteral("%1: shown without %2")
+                .arg(QFileInfo(path).fileName(), event.files.join(QStringLiteral(", "))));
 }
 
 } // namespace ov3d::apps

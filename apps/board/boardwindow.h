@@ -12,8 +12,7 @@
 class QAction;
 class QLabel;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 class PageView;
 
@@ -69,7 +68,7 @@ private:
     QAction* m_redo = nullptr;
     QAction* m_remove = nullptr;
     QHash<QString, QString> m_names; ///< path that the viewer got -> path as the user knows it
-    QString m_complaint; ///< the latest one; empty: none yet
+    QString m_complaint;             ///< the latest one; empty: none yet
     int m_failures = 0;
 };
 

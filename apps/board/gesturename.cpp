@@ -1,7 +1,6 @@
 #include "apps/board/gesturename.h"
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 QString dragName(Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
 {

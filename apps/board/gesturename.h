@@ -2,8 +2,7 @@
 
 #include <QString>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// What a drag over a model does, in words for the status line. The same table as the item's own.
 QString dragName(Qt::MouseButton button, Qt::KeyboardModifiers modifiers);

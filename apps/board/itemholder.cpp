@@ -4,8 +4,7 @@
 
 #include <QThread>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 void disposeInBackground(CBaseObject* item)
 {

@@ -4,8 +4,7 @@
 
 class CBaseObject;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// Disposes of an item on a thread of its own: Release() takes up to six seconds. The item is out of its scene already.
 /// GUI thread; returns at once.
@@ -16,7 +15,10 @@ void disposeInBackground(CBaseObject* item);
 class ItemHolder
 {
 public:
-    explicit ItemHolder(CBaseObject* item) : m_item(item) {}
+    explicit ItemHolder(CBaseObject* item)
+        : m_item(item)
+    {
+    }
     ~ItemHolder();
     ItemHolder(const ItemHolder&) = delete;
     ItemHolder& operator=(const ItemHolder&) = delete;

@@ -21,8 +21,7 @@
 
 using namespace ov3d::apps;
 
-namespace
-{
+namespace {
 
 enum ExitCode : int
 {
@@ -79,16 +78,19 @@ int runWindow(QApplication& application, const BoardOptions& options, const Stan
 {
     // Relative names belong to the folder that the user stands in, which is left now.
     const QStringList models = absolutePaths(options.files);
-    const QString screenshot = options.screenshot.isEmpty() ? QString() : QDir::current().absoluteFilePath(options.screenshot);
+    const QString screenshot =
+        options.screenshot.isEmpty() ? QString() : QDir::current().absoluteFilePath(options.screenshot);
     Workplace workplace;
     Plugin plugin;
     if (!workplace.error().isEmpty() || !plugin.load(Plugin::defaultPath())) {
-        streams.printErrorLine(QStringLiteral("ov3dboard: ") + (workplace.error().isEmpty() ? plugin.error() : workplace.error()));
+        streams.printErrorLine(QStringLiteral("ov3dboard: ") +
+                               (workplace.error().isEmpty() ? plugin.error() : workplace.error()));
         return kExitNoAccess;
     }
     plugin.setViewer(&ov3dViewer);
 
-    BoardWindow window({plugin, streams, workplace.links(), workplace.framework(), workplace.folder() + QStringLiteral("document")});
+    BoardWindow window(
+        {plugin, streams, workplace.links(), workplace.framework(), workplace.folder() + QStringLiteral("document")});
     // The viewer may report until the very end of the process.
     static ViewerEvents events;
     const auto showEvents = [&window] {

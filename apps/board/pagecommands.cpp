@@ -5,11 +5,9 @@
 #include <limits>
 #include <utility>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr QSizeF kSmallestItem(64, 48);
 constexpr const char* kLargestAreaProperty = "ov3dLargestArea";
@@ -20,7 +18,9 @@ constexpr double kGrowth = 8.0 / 3.0 * 0.98;
 } // namespace
 
 PresenceCommand::PresenceCommand(COvPage* page, SharedItem item, Kind kind)
-    : m_page(page), m_item(std::move(item)), m_kind(kind)
+    : m_page(page)
+    , m_item(std::move(item))
+    , m_kind(kind)
 {
     setText(kind == Kind::insertion ? QStringLiteral("Insert model") : QStringLiteral("Remove model"));
 }
@@ -44,7 +44,9 @@ void PresenceCommand::setPresent(bool present)
 }
 
 FrameCommand::FrameCommand(CBaseObject* item, const QRectF& before, const QRectF& after)
-    : m_item(item), m_before(before), m_after(after)
+    : m_item(item)
+    , m_before(before)
+    , m_after(after)
 {
     setText(before.size() == after.size() ? QStringLiteral("Move model") : QStringLiteral("Resize model"));
 }

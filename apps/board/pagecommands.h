@@ -6,8 +6,7 @@
 
 #include <QPointer>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// Puts an item on a page, or takes it off.
 class PresenceCommand : public CWbUndoCmd

@@ -10,11 +10,9 @@
 
 #include <utility>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr double kReachPixels = 7;
 constexpr double kHandlePixels = 9;
@@ -26,7 +24,9 @@ const QColor kDotColour(206, 212, 222);
 
 } // namespace
 
-PageView::PageView(COvPage& page, QWidget* parent) : QGraphicsView(page.scene(), parent), m_page(page)
+PageView::PageView(COvPage& page, QWidget* parent)
+    : QGraphicsView(page.scene(), parent)
+    , m_page(page)
 {
     // The plug-in knows the page's main view by this name.
     setObjectName(QStringLiteral("mainGraphicsView"));
@@ -97,7 +97,8 @@ void PageView::deliverMove()
         continueFrameDrag(move->local.toPoint());
         return;
     }
-    QMouseEvent event(QEvent::MouseMove, move->local, move->window, move->screen, Qt::NoButton, move->buttons, move->modifiers);
+    QMouseEvent event(QEvent::MouseMove, move->local, move->window, move->screen, Qt::NoButton, move->buttons,
+                      move->modifiers);
     QGraphicsView::mouseMoveEvent(&event);
 }
 
@@ -128,7 +129,8 @@ void PageView::beginFrameDrag(FramePart part, const QPoint& position)
     m_draggedPart = part;
     m_dragStart = mapToScene(position);
     m_frameBefore = selectedItem()->getObjRect();
-    Q_EMIT gestureStarted(part == FramePart::border ? QStringLiteral("Moving the model") : QStringLiteral("Resizing the model"));
+    Q_EMIT gestureStarted(part == FramePart::border ? QStringLiteral("Moving the model")
+                                                    : QStringLiteral("Resizing the model"));
 }
 
 void PageView::continueFrameDrag(const QPoint& position)
@@ -146,7 +148,8 @@ void PageView::endFrameDrag()
     CBaseObject* item = selectedItem();
     if (item && item->getObjRect() != m_frameBefore)
         Q_EMIT frameChanged(item, m_frameBefore, item->getObjRect());
-    Q_EMIT gestureEnded(part == FramePart::border ? QStringLiteral("Moving the model") : QStringLiteral("Resizing the model"));
+    Q_EMIT gestureEnded(part == FramePart::border ? QStringLiteral("Moving the model")
+                                                  : QStringLiteral("Resizing the model"));
 }
 
 void PageView::resizeEvent(QResizeEvent* event)

@@ -10,8 +10,7 @@
 class CBaseObject;
 class COvPage;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// Shows a page, with a frame and handles around the selected item. The item's own picture takes the pointer; frame and
 /// handles move and resize the item. GUI thread.

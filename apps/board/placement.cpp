@@ -2,11 +2,9 @@
 
 #include <cmath>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr double kUsedShare = 8.0 / 9.0; ///< of a cell's side
 constexpr QSizeF kShape(4, 3);

@@ -4,11 +4,9 @@
 #include <array>
 #include <cmath>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 /// Which sides of the frame a part takes along: -1 the left or top one, 1 the right or bottom one, 0 neither.
 struct Pull
@@ -36,7 +34,8 @@ constexpr std::array<Handle, 8> kHandles = {{
 
 Pull pullOf(FramePart part)
 {
-    const auto* found = std::find_if(kHandles.begin(), kHandles.end(), [part](const Handle& h) { return h.part == part; });
+    const auto* found =
+        std::find_if(kHandles.begin(), kHandles.end(), [part](const Handle& h) { return h.part == part; });
     return found == kHandles.end() ? Pull{} : found->pull;
 }
 

@@ -5,8 +5,7 @@
 #include <QSizeF>
 #include <QVector>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// The parts of the frame around a selected item that the pointer can take hold of.
 enum class FramePart

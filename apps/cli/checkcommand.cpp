@@ -7,11 +7,9 @@
 
 #include <algorithm>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 /// The checks of the plug-in look into these alone.
 bool isContentChecked(const QString& format)

@@ -2,8 +2,7 @@
 
 #include "apps/cli/commandline.h"
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 class StandardStreams;
 

@@ -4,17 +4,18 @@
 
 #include <utility>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 /// Goes through the words; "--" ends the options, "--name=value" and "--name value" are the same.
 class WordReader
 {
 public:
-    explicit WordReader(QStringList words) : m_words(std::move(words)) {}
+    explicit WordReader(QStringList words)
+        : m_words(std::move(words))
+    {
+    }
 
     bool next()
     {
@@ -63,13 +64,15 @@ private:
 
 bool readSize(const QString& text, QSize& size, QString& error)
 {
-    static const QRegularExpression form(QRegularExpression::anchoredPattern(QStringLiteral("(\\d{1,6})[xX](\\d{1,6})")));
+    static const QRegularExpression form(
+        QRegularExpression::anchoredPattern(QStringLiteral("(\\d{1,6})[xX](\\d{1,6})")));
     const auto match = form.match(text);
     size = {match.captured(1).toInt(), match.captured(2).toInt()};
-    if (match.hasMatch() && size.width() >= 1 && size.height() >= 1 && size.width() <= kMaxPictureSide
-        && size.height() <= kMaxPictureSide)
+    if (match.hasMatch() && size.width() >= 1 && size.height() >= 1 && size.width() <= kMaxPictureSide &&
+        size.height() <= kMaxPictureSide)
         return true;
-    error = QStringLiteral("the size \"%1\" is not WIDTHxHEIGHT with sides from 1 to %2").arg(text).arg(kMaxPictureSide);
+    error =
+        QStringLiteral("the size \"%1\" is not WIDTHxHEIGHT with sides from 1 to %2").arg(text).arg(kMaxPictureSide);
     return false;
 }
 

@@ -11,8 +11,7 @@
 #include <variant>
 #include <vector>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 enum ExitCode : int
 {

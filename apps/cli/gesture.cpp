@@ -5,11 +5,9 @@
 
 #include <cstdlib>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr int kMaxNotches = 200;
 
@@ -82,7 +80,8 @@ bool parseGesture(const QString& text, Gesture& gesture, QString& error)
     if (const auto match = wheelForm.match(text); match.hasMatch()) {
         const int notches = match.captured(1).toInt();
         if (notches == 0 || std::abs(notches) > kMaxNotches) {
-            error = QStringLiteral("the gesture \"%1\" must turn the wheel by 1 to %2 notches").arg(text).arg(kMaxNotches);
+            error =
+                QStringLiteral("the gesture \"%1\" must turn the wheel by 1 to %2 notches").arg(text).arg(kMaxNotches);
             return false;
         }
         gesture = WheelGesture{notches,

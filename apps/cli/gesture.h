@@ -5,8 +5,7 @@
 
 #include <variant>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// A press, a way, a release. Positions in pixels of the item, from its upper left corner.
 struct DragGesture

@@ -15,8 +15,7 @@
 
 using namespace ov3d::apps;
 
-namespace
-{
+namespace {
 
 void dropMessage(QtMsgType, const QMessageLogContext&, const QString&) {}
 

@@ -14,13 +14,12 @@
 #include <cstdlib>
 #include <utility>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
-constexpr int kSettleLimitMs = 180'000; ///< beyond the viewer's own limits; a viewer that keeps its word never gets there
+constexpr int kSettleLimitMs =
+    180'000; ///< beyond the viewer's own limits; a viewer that keeps its word never gets there
 constexpr unsigned long kPollMs = 4;
 constexpr double kPixelsPerMove = 24;
 constexpr int kMostMoves = 24; ///< each takes 40 ms of the plug-in's own
@@ -44,7 +43,9 @@ void fill(QGraphicsSceneMouseEvent& event, const DragGesture& gesture, QPointF p
 } // namespace
 
 ModelPicture::ModelPicture(const Plugin& plugin, QSize size, std::function<int()> pending)
-    : m_size(size), m_pending(std::move(pending)), m_item(plugin.createItem())
+    : m_size(size)
+    , m_pending(std::move(pending))
+    , m_item(plugin.createItem())
 {
     m_scene.setSceneRect(QRectF(QPointF(0, 0), size));
     m_item->setSize(size, false, false);
@@ -93,9 +94,11 @@ bool ModelPicture::perform(const Gesture& gesture)
 void ModelPicture::drag(const DragGesture& gesture)
 {
     const QPointF way = gesture.to - gesture.from;
-    const int moves = std::clamp(static_cast<int>(std::ceil(std::hypot(way.x(), way.y()) / kPixelsPerMove)), 1, kMostMoves);
+    const int moves =
+        std::clamp(static_cast<int>(std::ceil(std::hypot(way.x(), way.y()) / kPixelsPerMove)), 1, kMostMoves);
 
-    const auto send = [&](QEvent::Type type, QPointF position, QPointF last, Qt::MouseButton button, Qt::MouseButtons held) {
+    const auto send = [&](QEvent::Type type, QPointF position, QPointF last, Qt::MouseButton button,
+                          Qt::MouseButtons held) {
         QGraphicsSceneMouseEvent event(type);
         fill(event, gesture, position, last);
         event.setButton(button);

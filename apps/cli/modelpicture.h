@@ -11,8 +11,7 @@
 
 class CBaseObject;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// One model on a scene of its own: loads it, does what a hand would do, and takes its picture. GUI thread.
 class ModelPicture

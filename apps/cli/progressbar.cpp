@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <chrono>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr std::chrono::milliseconds kInterval{100};
 constexpr int kCells = 40;
@@ -19,12 +17,13 @@ QByteArray progressBarText(int percent)
 {
     const int shown = std::clamp(percent, 0, 100);
     const int filled = shown * kCells / 100;
-    return '[' + QByteArray(filled, '#') + QByteArray(kCells - filled, '.') + "] " + QByteArray::number(shown).rightJustified(3)
-        + " %";
+    return '[' + QByteArray(filled, '#') + QByteArray(kCells - filled, '.') + "] " +
+           QByteArray::number(shown).rightJustified(3) + " %";
 }
 
 ProgressBar::ProgressBar(const StandardStreams& streams, std::function<int()> percent)
-    : m_streams(streams), m_percent(std::move(percent))
+    : m_streams(streams)
+    , m_percent(std::move(percent))
 {
     if (m_streams.isErrorTerminal())
         m_thread = std::thread([this] { draw(); });

@@ -9,8 +9,7 @@
 #include <mutex>
 #include <thread>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// One line of a progress bar, for a percentage that may lie outside of 0 to 100.
 QByteArray progressBarText(int percent);

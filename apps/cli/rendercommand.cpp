@@ -16,11 +16,9 @@
 #include <QJsonDocument>
 #include <QPainter>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 /// One run of the command: each step returns kExitDone or ends it.
 class Rendering
@@ -41,7 +39,8 @@ public:
         ExitCode code = checkFiles();
         if (code == kExitDone)
             code = makePicture();
-        if (m_command.json && !m_streams.writeOutput(QJsonDocument(toJson(m_report)).toJson(QJsonDocument::Compact) + '\n'))
+        if (m_command.json &&
+            !m_streams.writeOutput(QJsonDocument(toJson(m_report)).toJson(QJsonDocument::Compact) + '\n'))
             code = fail(kExitNoAccess, QStringLiteral("standard output"), QStringLiteral("cannot be written"));
         return code;
     }

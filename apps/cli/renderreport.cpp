@@ -5,13 +5,14 @@
 #include <QJsonArray>
 #include <QSaveFile>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 QJsonObject toJson(const RenderReport& report)
 {
     const auto orNull = [](const auto& value) { return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null); };
-    const auto textOrNull = [](const QString& text) { return text.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(text); };
+    const auto textOrNull = [](const QString& text) {
+        return text.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(text);
+    };
     return {
         {QStringLiteral("file"), report.file},
         {QStringLiteral("format"), textOrNull(report.format)},

@@ -9,8 +9,7 @@
 
 class QImage;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// What "ov3d render" has found out, as --json prints it. What is not known is null there.
 struct RenderReport

@@ -7,8 +7,7 @@
 
 #include <langinfo.h>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 void makeLocaleUtf8()
 {

@@ -9,11 +9,9 @@
 
 #include <unistd.h>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 bool fits(const QString& path)
 {
@@ -33,7 +31,10 @@ void removeAbandoned(const QString& privateFolder)
 
 } // namespace
 
-LinkFolder::LinkFolder(QString privateFolder) : m_privateFolder(std::move(privateFolder)) {}
+LinkFolder::LinkFolder(QString privateFolder)
+    : m_privateFolder(std::move(privateFolder))
+{
+}
 
 LinkFolder::~LinkFolder()
 {
@@ -86,9 +87,9 @@ LinkFolder::Answer LinkFolder::shortened(const QString& path)
         return {throughFolder, {}};
 
     const QString fileLink = QStringLiteral("%1model%2.%3").arg(m_folder).arg(number).arg(suffix);
-    const bool isAlone = suffix.compare(QLatin1String("glb"), Qt::CaseInsensitive) == 0
-        || suffix.compare(QLatin1String("stl"), Qt::CaseInsensitive) == 0
-        || suffix.compare(QLatin1String("3mf"), Qt::CaseInsensitive) == 0;
+    const bool isAlone = suffix.compare(QLatin1String("glb"), Qt::CaseInsensitive) == 0 ||
+                         suffix.compare(QLatin1String("stl"), Qt::CaseInsensitive) == 0 ||
+                         suffix.compare(QLatin1String("3mf"), Qt::CaseInsensitive) == 0;
     if (isAlone && fits(fileLink) && makeLink(path, fileLink))
         return {fileLink, {}};
     return {{}, tooLong};

@@ -2,8 +2,7 @@
 
 #include <QString>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// Longest path, in bytes of the local encoding, that reaches a viewer whole: its record holds 256 with the zero.
 inline constexpr int kMaxPathBytes = 255;

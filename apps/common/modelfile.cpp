@@ -8,11 +8,9 @@
 
 #include <array>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 struct Format
 {
@@ -21,8 +19,8 @@ struct Format
 };
 
 constexpr std::array kFormats = {
-    Format{"fbx", "FBX"},  Format{"obj", "Wavefront OBJ"}, Format{"gltf", "glTF 2.0"},
-    Format{"stl", "STL"},  Format{"glb", "binary glTF"},   Format{"3mf", "3MF"},
+    Format{"fbx", "FBX"}, Format{"obj", "Wavefront OBJ"}, Format{"gltf", "glTF 2.0"},
+    Format{"stl", "STL"}, Format{"glb", "binary glTF"},   Format{"3mf", "3MF"},
 };
 
 /// The plug-in takes a suffix in all lower-case or all upper-case letters, never mixed.
@@ -40,7 +38,8 @@ QString suffixReason(const QString& suffix)
 {
     if (suffix.isEmpty())
         return QStringLiteral("the name has no suffix (fbx, obj, gltf, stl, glb and 3mf are known)");
-    return QStringLiteral("the suffix \"%1\" is none of fbx, obj, gltf, stl, glb, 3mf, all in small or all in capital letters")
+    return QStringLiteral(
+               "the suffix \"%1\" is none of fbx, obj, gltf, stl, glb, 3mf, all in small or all in capital letters")
         .arg(suffix);
 }
 

@@ -2,8 +2,7 @@
 
 #include <QString>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// What can be said of a model file without drawing it.
 struct ModelFileReport

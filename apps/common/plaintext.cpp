@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 QString oneLine(QString text)
 {

@@ -7,14 +7,11 @@
 
 #include <dlfcn.h>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
-template <typename Pointer>
-bool resolve(void* library, const char* symbol, Pointer& target)
+template <typename Pointer> bool resolve(void* library, const char* symbol, Pointer& target)
 {
     target = reinterpret_cast<Pointer>(::dlsym(library, symbol));
     return target != nullptr;
@@ -30,8 +27,9 @@ QString Plugin::defaultPath()
 bool Plugin::load(const QString& path)
 {
     void* library = ::dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL);
-    if (!library || !resolve(library, "_Z23createObject_ov3dobjectiib", m_create)
-        || !resolve(library, "_Z12SetRunHandlePFviPPKcPvE", m_setRunHandle) || !resolve(library, "g_progress", m_progress)) {
+    if (!library || !resolve(library, "_Z23createObject_ov3dobjectiib", m_create) ||
+        !resolve(library, "_Z12SetRunHandlePFviPPKcPvE", m_setRunHandle) ||
+        !resolve(library, "g_progress", m_progress)) {
         m_error = QStringLiteral("the 3D plug-in cannot be loaded: %1").arg(QString::fromLocal8Bit(::dlerror()));
         return false;
     }

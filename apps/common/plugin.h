@@ -4,8 +4,7 @@
 
 class CBaseObject;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// The plug-in, loaded at run time and reached by the mangled names of its exports. Never unloaded: its threads may
 /// outlive every object. GUI thread, except progress().

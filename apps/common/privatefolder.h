@@ -6,8 +6,7 @@
 
 #include <memory>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// A writable folder of the program's own, with a folder "resources" in it: the plug-in wants that in the current
 /// directory, and writes its log beside it. GUI thread.

@@ -12,11 +12,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 bool writeAll(int descriptor, const QByteArray& text)
 {
@@ -47,8 +45,8 @@ StandardStreams::StandardStreams()
 {
     // A program may be started with these closed; the next file to be opened would take their place.
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (::fcntl(descriptor, F_GETFD) < 0)
-            [[maybe_unused]] const int opened = ::open("/dev/null", O_RDWR);
+        if (::fcntl(descriptor, F_GETFD) < 0) [[maybe_unused]]
+            const int opened = ::open("/dev/null", O_RDWR);
     }
     m_output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     m_error = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -85,7 +83,8 @@ bool StandardStreams::isErrorTerminal() const
     return ::isatty(m_error) == 1;
 }
 
-StandardStreams::Silence::Silence(const StandardStreams& streams) : m_streams(streams)
+StandardStreams::Silence::Silence(const StandardStreams& streams)
+    : m_streams(streams)
 {
     flushAll();
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);

@@ -3,8 +3,7 @@
 class QByteArray;
 class QString;
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// The program's own standard output and error, apart from descriptors 1 and 2.
 ///

@@ -7,11 +7,9 @@
 #include <optional>
 #include <utility>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 std::optional<ViewerEvent::Kind> kindOf(const QString& name)
 {

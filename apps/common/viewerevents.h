@@ -7,8 +7,7 @@
 #include <mutex>
 #include <vector>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// Something that the viewer reported about a model.
 struct ViewerEvent

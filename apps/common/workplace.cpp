@@ -4,11 +4,9 @@
 #include <QFile>
 #include <QFileInfo>
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
-namespace
-{
+namespace {
 
 constexpr qint64 kMaxLogBytes = 4 * 1024 * 1024;
 
@@ -24,11 +22,14 @@ void limitLog(const QString& folder)
 
 } // namespace
 
-Workplace::Workplace() : m_folder(PrivateFolder::defaultCandidates()), m_links(m_folder.path())
+Workplace::Workplace()
+    : m_folder(PrivateFolder::defaultCandidates())
+    , m_links(m_folder.path())
 {
     const QString folder = m_folder.path();
     if (folder.isEmpty() || !m_framework.paths().setFolder(folder) || !QDir::setCurrent(folder)) {
-        m_error = QStringLiteral("no folder for the program's own data can be made, neither in the user's data folder nor in %1")
+        m_error = QStringLiteral(
+                      "no folder for the program's own data can be made, neither in the user's data folder nor in %1")
                       .arg(QDir::tempPath());
         return;
     }

@@ -4,8 +4,7 @@
 #include "apps/common/privatefolder.h"
 #include "host/framework/framework.h"
 
-namespace ov3d::apps
-{
+namespace ov3d::apps {
 
 /// What the plug-in needs around it: a private data folder that is the current directory and holds "resources", and a
 /// host framework that answers that folder. Made once the application object exists and after every path of the command

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace
 {
@@ -77,6 +78,14 @@ void copyApplicationPath(const QString& path, ViewContext& context)
     std::memset(context.app_path, 0, sizeof context.app_path);
     std::memcpy(context.app_path, encoded.constData(), static_cast<std::size_t>(length));
     test("path copy to open3d  " + encoded.toStdString() + "\n");
+}
+
+/// @return a null document when the content is no JSON, or larger than the memory that is left.
+QJsonDocument readJson(QFile& file)
+try {
+    return QJsonDocument::fromJson(file.readAll());
+} catch (const std::bad_alloc&) {
+    return QJsonDocument();
 }
 
 bool refuseLoad(const std::string& reason)
@@ -140,10 +149,7 @@ QString getBinFileName(const QString& gltfPath)
         qWarning() << "Unable to open the GLTF file:" << gltfPath;
         return QString();
     }
-    const QByteArray content = file.readAll();
-    file.close();
-
-    const QJsonDocument document = QJsonDocument::fromJson(content);
+    const QJsonDocument document = readJson(file);
     if (!document.isObject()) {
         qWarning() << "Invalid JSON format in the GLTF file.";
         return QString();

@@ -7,6 +7,7 @@
 #include <array>
 #include <fstream>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <string_view>
 
@@ -107,7 +108,7 @@ bool isValidOBJFile(const std::string& path)
 }
 
 bool isValidGLTFFile(const QString& path)
-{
+try {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return refuse("Error opening file");
@@ -122,4 +123,6 @@ bool isValidGLTFFile(const QString& path)
     const QJsonObject root = document.object();
     const QString version = root.value(QLatin1String("asset")).toObject().value(QLatin1String("version")).toString();
     return version.startsWith(QLatin1String("2.0")) ? accept("Valid glTF 2.0 file") : refuse("Not a valid glTF file");
+} catch (const std::bad_alloc&) {
+    return refuse("Not a valid glTF file"); // larger than the memory that is left
 }

@@ -80,6 +80,7 @@ std::string formatLogTime(std::chrono::nanoseconds sinceEpoch)
     const std::time_t seconds = static_cast<std::time_t>(count / 1'000'000'000);
 
     std::tm calendar{};
+    ::tzset(); // localtime_r alone would miss a change of the time zone
     ::localtime_r(&seconds, &calendar);
     std::array<char, 64> buffer{};
     const std::size_t length = std::strftime(buffer.data(), buffer.size(), "%Y-%m-%d %H:%M:%S", &calendar);

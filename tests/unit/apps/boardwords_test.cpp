@@ -29,7 +29,8 @@ void BoardWordsTest::dragIsNamedAfterButtonAndModifiers_data()
     QTest::addColumn<int>("modifiers");
     QTest::addColumn<QString>("word");
     const int left = Qt::LeftButton, right = Qt::RightButton, middle = Qt::MiddleButton;
-    const int none = int(Qt::NoModifier), shift = int(Qt::ShiftModifier), ctrl = int(Qt::ControlModifier), alt = int(Qt::AltModifier);
+    const int none = int(Qt::NoModifier), shift = int(Qt::ShiftModifier), ctrl = int(Qt::ControlModifier),
+              alt = int(Qt::AltModifier);
     QTest::newRow("left turns") << left << none << "Turning";
     QTest::newRow("right shifts") << right << none << "Shifting";
     QTest::newRow("middle may turn the sun") << middle << none << "sun";

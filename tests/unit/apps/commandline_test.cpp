@@ -22,11 +22,9 @@ private Q_SLOTS:
     void helpNamesEveryCommandAndOption();
 };
 
-namespace
-{
+namespace {
 
-template <typename Kind>
-Kind parsed(const QStringList& words)
+template <typename Kind> Kind parsed(const QStringList& words)
 {
     Command command;
     QString error;
@@ -58,7 +56,8 @@ void CommandLineTest::renderNeedsOnlyModelAndOutput()
 
 void CommandLineTest::renderTakesEveryOption()
 {
-    const auto render = parsed<RenderCommand>(words("render --json --size 401x300 --background #102030 -o a.png b.stl --gesture undo"));
+    const auto render =
+        parsed<RenderCommand>(words("render --json --size 401x300 --background #102030 -o a.png b.stl --gesture undo"));
     QCOMPARE(render.model, QStringLiteral("b.stl"));
     QCOMPARE(render.size, QSize(401, 300));
     QCOMPARE(render.background.value(), QColor(0x10, 0x20, 0x30));
@@ -68,7 +67,8 @@ void CommandLineTest::renderTakesEveryOption()
 
 void CommandLineTest::optionsMayFollowAnEqualsSign()
 {
-    const auto render = parsed<RenderCommand>(words("render m=1.glb --output=x=y.png --size=1x8192 --background=white"));
+    const auto render =
+        parsed<RenderCommand>(words("render m=1.glb --output=x=y.png --size=1x8192 --background=white"));
     QCOMPARE(render.model, QStringLiteral("m=1.glb"));
     QCOMPARE(render.output, QStringLiteral("x=y.png"));
     QCOMPARE(render.size, QSize(1, 8192));
@@ -78,12 +78,14 @@ void CommandLineTest::optionsMayFollowAnEqualsSign()
 void CommandLineTest::doubleDashEndsTheOptions()
 {
     QCOMPARE(parsed<RenderCommand>(words("render -o a.png -- --help")).model, QStringLiteral("--help"));
-    QCOMPARE(parsed<CheckCommand>(words("check -- -a --b")).files, QStringList({QStringLiteral("-a"), QStringLiteral("--b")}));
+    QCOMPARE(parsed<CheckCommand>(words("check -- -a --b")).files,
+             QStringList({QStringLiteral("-a"), QStringLiteral("--b")}));
 }
 
 void CommandLineTest::gesturesKeepTheirOrder()
 {
-    const auto render = parsed<RenderCommand>(words("render a.glb -o a.png --gesture wheel:1@2,3 --gesture drag:1,2-3,4 --gesture undo"));
+    const auto render = parsed<RenderCommand>(
+        words("render a.glb -o a.png --gesture wheel:1@2,3 --gesture drag:1,2-3,4 --gesture undo"));
     QCOMPARE(render.gestures.size(), std::size_t{3});
     QVERIFY(std::holds_alternative<WheelGesture>(render.gestures[0]));
     QVERIFY(std::holds_alternative<DragGesture>(render.gestures[1]));
@@ -111,22 +113,38 @@ void CommandLineTest::wrongUsageIsRefusedWithAReason_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("nothing") << "" << "command is missing";
-    QTest::newRow("unknown command") << "draw a.glb" << "draw";
-    QTest::newRow("render without a model") << "render -o a.png" << "needs a model";
-    QTest::newRow("render without output") << "render a.glb" << "-o";
-    QTest::newRow("two models") << "render a.glb b.glb -o a.png" << "one model";
-    QTest::newRow("unknown option") << "render a.glb -o a.png --fast" << "--fast";
-    QTest::newRow("option without its value") << "render a.glb -o" << "-o needs a value";
-    QTest::newRow("size without height") << "render a.glb -o a.png --size 640" << "640";
-    QTest::newRow("size of zero") << "render a.glb -o a.png --size 0x480" << "0x480";
-    QTest::newRow("size beyond the limit") << "render a.glb -o a.png --size 8193x480" << "8192";
-    QTest::newRow("negative size") << "render a.glb -o a.png --size -1x480" << "-1x480";
-    QTest::newRow("no such colour") << "render a.glb -o a.png --background whitish" << "whitish";
-    QTest::newRow("no such gesture") << "render a.glb -o a.png --gesture wave" << "wave";
-    QTest::newRow("json with a value") << "render a.glb -o a.png --json=yes" << "--json";
-    QTest::newRow("check without files") << "check" << "at least one file";
-    QTest::newRow("check with an option") << "check --json a.glb" << "--json";
+    QTest::newRow("nothing") << ""
+                             << "command is missing";
+    QTest::newRow("unknown command") << "draw a.glb"
+                                     << "draw";
+    QTest::newRow("render without a model") << "render -o a.png"
+                                            << "needs a model";
+    QTest::newRow("render without output") << "render a.glb"
+                                           << "-o";
+    QTest::newRow("two models") << "render a.glb b.glb -o a.png"
+                                << "one model";
+    QTest::newRow("unknown option") << "render a.glb -o a.png --fast"
+                                    << "--fast";
+    QTest::newRow("option without its value") << "render a.glb -o"
+                                              << "-o needs a value";
+    QTest::newRow("size without height") << "render a.glb -o a.png --size 640"
+                                         << "640";
+    QTest::newRow("size of zero") << "render a.glb -o a.png --size 0x480"
+                                  << "0x480";
+    QTest::newRow("size beyond the limit") << "render a.glb -o a.png --size 8193x480"
+                                           << "8192";
+    QTest::newRow("negative size") << "render a.glb -o a.png --size -1x480"
+                                   << "-1x480";
+    QTest::newRow("no such colour") << "render a.glb -o a.png --background whitish"
+                                    << "whitish";
+    QTest::newRow("no such gesture") << "render a.glb -o a.png --gesture wave"
+                                     << "wave";
+    QTest::newRow("json with a value") << "render a.glb -o a.png --json=yes"
+                                       << "--json";
+    QTest::newRow("check without files") << "check"
+                                         << "at least one file";
+    QTest::newRow("check with an option") << "check --json a.glb"
+                                          << "--json";
 }
 
 void CommandLineTest::wrongUsageIsRefusedWithAReason()
@@ -143,8 +161,8 @@ void CommandLineTest::wrongUsageIsRefusedWithAReason()
 void CommandLineTest::helpNamesEveryCommandAndOption()
 {
     const QString help = helpText();
-    for (const char* word : {"render", "check", "--help", "--version", "-o", "--size", "--background", "--json", "--gesture",
-                             "drag:", "wheel:", "undo", "redo", "Exit codes"})
+    for (const char* word : {"render", "check", "--help", "--version", "-o", "--size", "--background", "--json",
+                             "--gesture", "drag:", "wheel:", "undo", "redo", "Exit codes"})
         QVERIFY2(help.contains(QLatin1String(word)), word);
 }
 

@@ -27,17 +27,21 @@ void GestureTest::dragHasTwoPositionsAButtonAndAModifier_data()
     QTest::addColumn<int>("modifiers");
     const int left = Qt::LeftButton;
     const int none = int(Qt::NoModifier);
-    QTest::newRow("the left button is the default") << "drag:1,2-30,40" << QPointF(1, 2) << QPointF(30, 40) << left << none;
+    QTest::newRow("the left button is the default")
+        << "drag:1,2-30,40" << QPointF(1, 2) << QPointF(30, 40) << left << none;
     QTest::newRow("left can be said") << "drag:1,2-3,4:left" << QPointF(1, 2) << QPointF(3, 4) << left << none;
-    QTest::newRow("right button") << "drag:1,2-3,4:right" << QPointF(1, 2) << QPointF(3, 4) << int(Qt::RightButton) << none;
-    QTest::newRow("middle button") << "drag:1,2-3,4:middle" << QPointF(1, 2) << QPointF(3, 4) << int(Qt::MiddleButton) << none;
-    QTest::newRow("modifier without a button") << "drag:1,2-3,4:shift" << QPointF(1, 2) << QPointF(3, 4) << left
-                                               << int(Qt::ShiftModifier);
-    QTest::newRow("button, then modifier") << "drag:1,2-3,4:right:alt" << QPointF(1, 2) << QPointF(3, 4)
-                                           << int(Qt::RightButton) << int(Qt::AltModifier);
-    QTest::newRow("ctrl") << "drag:1,2-3,4:left:ctrl" << QPointF(1, 2) << QPointF(3, 4) << left << int(Qt::ControlModifier);
-    QTest::newRow("positions may be negative and broken") << "drag:-1.5,2--30.25,-4" << QPointF(-1.5, 2)
-                                                          << QPointF(-30.25, -4) << left << none;
+    QTest::newRow("right button") << "drag:1,2-3,4:right" << QPointF(1, 2) << QPointF(3, 4) << int(Qt::RightButton)
+                                  << none;
+    QTest::newRow("middle button") << "drag:1,2-3,4:middle" << QPointF(1, 2) << QPointF(3, 4) << int(Qt::MiddleButton)
+                                   << none;
+    QTest::newRow("modifier without a button")
+        << "drag:1,2-3,4:shift" << QPointF(1, 2) << QPointF(3, 4) << left << int(Qt::ShiftModifier);
+    QTest::newRow("button, then modifier")
+        << "drag:1,2-3,4:right:alt" << QPointF(1, 2) << QPointF(3, 4) << int(Qt::RightButton) << int(Qt::AltModifier);
+    QTest::newRow("ctrl") << "drag:1,2-3,4:left:ctrl" << QPointF(1, 2) << QPointF(3, 4) << left
+                          << int(Qt::ControlModifier);
+    QTest::newRow("positions may be negative and broken")
+        << "drag:-1.5,2--30.25,-4" << QPointF(-1.5, 2) << QPointF(-30.25, -4) << left << none;
 }
 
 void GestureTest::dragHasTwoPositionsAButtonAndAModifier()
@@ -97,10 +101,28 @@ void GestureTest::undoAndRedoStandAlone()
 void GestureTest::anythingElseIsRefusedWithTheText_data()
 {
     QTest::addColumn<QString>("text");
-    for (const char* text : {"", "drag", "drag:", "drag:1,2", "drag:1,2-3", "drag:1,2-3,4:", "drag:1,2-3,4:shift:left",
-                             "drag:1,2-3,4:left:left", "drag:1,2-3,4:LEFT", "drag:1,2-3,4:meta", "drag:1e3,2-3,4",
-                             "drag:nan,2-3,4", "drag:1,2-3,4 ", "wheel:1", "wheel:1@2", "wheel:0@1,2", "wheel:201@1,2",
-                             "wheel:1.5@1,2", "wheel:1@1,2:alt", "undo:1", "Undo", "pinch:1,2-3,4"})
+    for (const char* text : {"",
+                             "drag",
+                             "drag:",
+                             "drag:1,2",
+                             "drag:1,2-3",
+                             "drag:1,2-3,4:",
+                             "drag:1,2-3,4:shift:left",
+                             "drag:1,2-3,4:left:left",
+                             "drag:1,2-3,4:LEFT",
+                             "drag:1,2-3,4:meta",
+                             "drag:1e3,2-3,4",
+                             "drag:nan,2-3,4",
+                             "drag:1,2-3,4 ",
+                             "wheel:1",
+                             "wheel:1@2",
+                             "wheel:0@1,2",
+                             "wheel:201@1,2",
+                             "wheel:1.5@1,2",
+                             "wheel:1@1,2:alt",
+                             "undo:1",
+                             "Undo",
+                             "pinch:1,2-3,4"})
         QTest::newRow(*text ? text : "empty") << QString::fromLatin1(text);
 }
 

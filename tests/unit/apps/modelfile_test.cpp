@@ -56,7 +56,8 @@ void ModelFileTest::suffixAndContentDecide_data()
     QTest::newRow("a mixed suffix is refused") << "a.Stl" << QByteArray() << "" << false;
     QTest::newRow("an unknown suffix is refused") << "a.blend" << QByteArray("x") << "" << false;
     QTest::newRow("no suffix is refused") << "model" << QByteArray("x") << "" << false;
-    QTest::newRow("a name with blanks, percent, umlaut and Chinese") << "a b%20 ü 中.obj" << QByteArray("v 0 0 0") << "obj" << true;
+    QTest::newRow("a name with blanks, percent, umlaut and Chinese")
+        << "a b%20 ü 中.obj" << QByteArray("v 0 0 0") << "obj" << true;
 }
 
 void ModelFileTest::suffixAndContentDecide()

@@ -14,8 +14,7 @@
 
 using namespace ov3d::apps;
 
-namespace
-{
+namespace {
 
 std::atomic<int> g_released{0};
 std::atomic<Qt::HANDLE> g_releasingThread{nullptr};
@@ -24,7 +23,8 @@ std::atomic<Qt::HANDLE> g_releasingThread{nullptr};
 class PlainItem : public CBaseObject
 {
 public:
-    PlainItem() : CBaseObject(-1, false, nullptr, nullptr)
+    PlainItem()
+        : CBaseObject(-1, false, nullptr, nullptr)
     {
         setFlag(ItemIsSelectable);
         setFlag(ItemIsMovable);
@@ -118,7 +118,8 @@ void PageViewTest::cleanup()
 void PageViewTest::drag(const QPoint& from, const QPoint& to)
 {
     QTest::mousePress(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, from);
-    QMouseEvent move(QEvent::MouseMove, to, m_view->viewport()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent move(QEvent::MouseMove, to, m_view->viewport()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
     QApplication::sendEvent(m_view->viewport(), &move);
     QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, to);
 }
@@ -186,8 +187,8 @@ void PageViewTest::movesThatWaitAreMerged()
                                                         Qt::LeftButton, Qt::NoModifier));
     }
     const QPoint end = at(400 + kMoves, 250);
-    QApplication::postEvent(target, new QMouseEvent(QEvent::MouseButtonRelease, end, target->mapToGlobal(end), Qt::LeftButton,
-                                                    Qt::NoButton, Qt::NoModifier));
+    QApplication::postEvent(target, new QMouseEvent(QEvent::MouseButtonRelease, end, target->mapToGlobal(end),
+                                                    Qt::LeftButton, Qt::NoButton, Qt::NoModifier));
     const QSignalSpy ended(m_view.get(), &PageView::gestureEnded);
     QVERIFY(waitFor([&ended] { return ended.count() == 1; }));
     QVERIFY(m_item->moves > 0);

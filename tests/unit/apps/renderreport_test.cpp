@@ -33,9 +33,9 @@ void RenderReportTest::whatIsNotKnownIsNull()
     report.size = {640, 480};
     const QJsonObject json = toJson(report);
     QCOMPARE(json.keys(), QStringList({QStringLiteral("error"), QStringLiteral("file"), QStringLiteral("format"),
-                                       QStringLiteral("height"), QStringLiteral("hit_rectangles"), QStringLiteral("missing"),
-                                       QStringLiteral("opaque_share"), QStringLiteral("seconds_to_first_frame"),
-                                       QStringLiteral("width")}));
+                                       QStringLiteral("height"), QStringLiteral("hit_rectangles"),
+                                       QStringLiteral("missing"), QStringLiteral("opaque_share"),
+                                       QStringLiteral("seconds_to_first_frame"), QStringLiteral("width")}));
     for (const char* key : {"error", "format", "hit_rectangles", "opaque_share", "seconds_to_first_frame"})
         QVERIFY2(json.value(QLatin1String(key)).isNull(), key);
 }

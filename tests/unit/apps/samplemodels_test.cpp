@@ -45,8 +45,7 @@ private:
     QTemporaryDir m_folder;
 };
 
-namespace
-{
+namespace {
 
 std::uint32_t number(const QByteArray& bytes, int at)
 {
@@ -84,7 +83,8 @@ void SampleModelsTest::normalsAreUnitVectorsOnTheOutside()
         for (std::size_t i = 0; i < mesh.indices.size(); i += 3) {
             const Vec3 a = mesh.positions[mesh.indices[i]];
             const Vec3 face = cross(mesh.positions[mesh.indices[i + 1]] - a, mesh.positions[mesh.indices[i + 2]] - a);
-            const Vec3 sum = mesh.normals[mesh.indices[i]] + mesh.normals[mesh.indices[i + 1]] + mesh.normals[mesh.indices[i + 2]];
+            const Vec3 sum =
+                mesh.normals[mesh.indices[i]] + mesh.normals[mesh.indices[i + 1]] + mesh.normals[mesh.indices[i + 2]];
             wrong += dot(face, sum) < -1e-12 ? 1 : 0;
         }
         QVERIFY2(wrong == 0, qPrintable(QStringLiteral("%1: %2 triangles").arg(part.name).arg(wrong)));
@@ -128,7 +128,8 @@ void SampleModelsTest::frontOfTheCubeBearsTheNamedColours()
         // A texel a quarter of the side away from the corner lies in that corner's area.
         const double u = 0.5 + (front.mesh.uvs[i].x - 0.5) / 2;
         const double v = 0.5 + (front.mesh.uvs[i].y - 0.5) / 2;
-        const QColor found = texture.pixelColor(static_cast<int>(u * texture.width()), static_cast<int>(v * texture.height()));
+        const QColor found =
+            texture.pixelColor(static_cast<int>(u * texture.width()), static_cast<int>(v * texture.height()));
         const QColor top = p.x < 0 ? QColor(220, 40, 40) : QColor(40, 80, 220);
         const QColor bottom = p.x < 0 ? QColor(240, 200, 40) : QColor(245, 245, 245);
         QCOMPARE(found, p.y > 0 ? top : bottom);
@@ -147,11 +148,13 @@ void SampleModelsTest::glbIsWhatItsHeaderSays()
     const QJsonObject json = QJsonDocument::fromJson(file.mid(20, jsonSize)).object();
     const auto binSize = static_cast<int>(number(file, 20 + jsonSize));
     QCOMPARE(28 + jsonSize + binSize, file.size());
-    QCOMPARE(json.value(QLatin1String("buffers")).toArray().at(0).toObject().value(QLatin1String("byteLength")).toInt(), binSize);
+    QCOMPARE(json.value(QLatin1String("buffers")).toArray().at(0).toObject().value(QLatin1String("byteLength")).toInt(),
+             binSize);
     for (const QJsonValue& value : json.value(QLatin1String("bufferViews")).toArray()) {
         const QJsonObject view = value.toObject();
         QCOMPARE(view.value(QLatin1String("byteOffset")).toInt() % 4, 0);
-        QVERIFY(view.value(QLatin1String("byteOffset")).toInt() + view.value(QLatin1String("byteLength")).toInt() <= binSize);
+        QVERIFY(view.value(QLatin1String("byteOffset")).toInt() + view.value(QLatin1String("byteLength")).toInt() <=
+                binSize);
     }
 }
 
@@ -159,10 +162,13 @@ void SampleModelsTest::gltfFindsItsSideFilesInASubFolder()
 {
     QCOMPARE(writeGltf(path("b.gltf"), texturedCube(), QStringLiteral("files")), QString());
     const QJsonObject json = QJsonDocument::fromJson(read(QStringLiteral("b.gltf"))).object();
-    QCOMPARE(json.value(QLatin1String("asset")).toObject().value(QLatin1String("version")).toString(), QStringLiteral("2.0"));
+    QCOMPARE(json.value(QLatin1String("asset")).toObject().value(QLatin1String("version")).toString(),
+             QStringLiteral("2.0"));
     const QJsonObject buffer = json.value(QLatin1String("buffers")).toArray().at(0).toObject();
-    QCOMPARE(read(buffer.value(QLatin1String("uri")).toString()).size(), buffer.value(QLatin1String("byteLength")).toInt());
-    const QString image = json.value(QLatin1String("images")).toArray().at(0).toObject().value(QLatin1String("uri")).toString();
+    QCOMPARE(read(buffer.value(QLatin1String("uri")).toString()).size(),
+             buffer.value(QLatin1String("byteLength")).toInt());
+    const QString image =
+        json.value(QLatin1String("images")).toArray().at(0).toObject().value(QLatin1String("uri")).toString();
     QCOMPARE(image, QStringLiteral("files/quarters.png"));
     QCOMPARE(QImage(m_folder.filePath(image)).size(), QSize(256, 256));
 }

@@ -6,8 +6,7 @@ using namespace ov3d::apps;
 
 Q_DECLARE_METATYPE(ov3d::apps::FramePart)
 
-namespace
-{
+namespace {
 
 const QRectF kFrame(100, 200, 400, 300);
 const FrameLimits kLimits{{64, 48}, 1e6};
