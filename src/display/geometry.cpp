@@ -8,8 +8,7 @@
 #include <limits>
 #include <memory>
 
-namespace
-{
+namespace {
 
 constexpr int kShapeLimit = 256;  ///< pixels; the hit shape never looks at more than its square
 constexpr int kOpaqueAlpha = 1;   ///< smallest alpha that can be hit

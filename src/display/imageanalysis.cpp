@@ -6,8 +6,7 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 
 constexpr qint64 kUnreducedArea = 512 * 512;
 constexpr qint64 kSixteenthRatio = 255;
@@ -127,8 +126,8 @@ bool getImageForPath(const QImage& source, QImage& output, int limit)
 {
     const QSize box(limit, limit);
     const QImage reduced = getMatchImage(source, box);
-    output = area(reduced.size()) > area(box) ? reduced.scaled(box, Qt::KeepAspectRatio, Qt::SmoothTransformation)
-                                              : reduced;
+    output =
+        area(reduced.size()) > area(box) ? reduced.scaled(box, Qt::KeepAspectRatio, Qt::SmoothTransformation) : reduced;
     return true;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Functions on frames: cheap reduction, the rectangles of the opaque part, integer HSV. Any thread; no state besides the
-/// exported `m_pyramidUpdate`.
+/// Functions on frames: cheap reduction, the rectangles of the opaque part, integer HSV. Any thread; no state besides
+/// the exported `m_pyramidUpdate`.
 
 #include <QImage>
 #include <QList>
@@ -19,9 +19,10 @@
 /// predecessor one to one.
 QList<QRect> rectsFromImage(const QImage& image, int threshold);
 
-/// Reduces a frame of more than 512 x 512 pixels to a quarter or a sixteenth in each dimension. `requested` only chooses
-/// the level: a quarter from 16 times its area, a sixteenth from 256 times.
-/// @return the source itself when it is small enough, a null image when `m_pyramidUpdate` is off and a level was chosen.
+/// Reduces a frame of more than 512 x 512 pixels to a quarter or a sixteenth in each dimension. `requested` only
+/// chooses the level: a quarter from 16 times its area, a sixteenth from 256 times.
+/// @return the source itself when it is small enough, a null image when `m_pyramidUpdate` is off and a level was
+/// chosen.
 QImage getMatchImageEx(const QImage& source, const QSize& requested);
 
 /// The same.

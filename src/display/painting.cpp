@@ -6,8 +6,7 @@
 #include <QMutexLocker>
 #include <QPainter>
 
-namespace
-{
+namespace {
 
 constexpr auto kMainViewName = "mainGraphicsView";
 

@@ -21,8 +21,7 @@
 #include <cstring>
 #include <new>
 
-namespace
-{
+namespace {
 
 constexpr int kProgressEnded = 100;
 constexpr unsigned long kLoadPauseMs = 100;
@@ -33,8 +32,8 @@ bool isSuffix(const QString& suffix, const char* lower, const char* upper)
     return suffix == QLatin1String(lower) || suffix == QLatin1String(upper);
 }
 
-/// Decides the format by the suffix, in its two listed spellings, and checks the content where a check exists. The format
-/// is set whatever the check says.
+/// Decides the format by the suffix, in its two listed spellings, and checks the content where a check exists. The
+/// format is set whatever the check says.
 bool checkModelFile(const QString& path, std::int32_t& format)
 {
     const QString suffix = QFileInfo(path).suffix();
@@ -73,8 +72,7 @@ void copyApplicationPath(const QString& path, ViewContext& context)
 {
     const QByteArray encoded = path.toLocal8Bit();
     constexpr int capacity = sizeof context.app_path;
-    const int length =
-        encoded.size() > capacity ? capacity : std::min({path.size(), encoded.size(), capacity});
+    const int length = encoded.size() > capacity ? capacity : std::min({path.size(), encoded.size(), capacity});
     std::memset(context.app_path, 0, sizeof context.app_path);
     std::memcpy(context.app_path, encoded.constData(), static_cast<std::size_t>(length));
     test("path copy to open3d  " + encoded.toStdString() + "\n");

@@ -11,8 +11,7 @@
 #include <optional>
 #include <string_view>
 
-namespace
-{
+namespace {
 
 constexpr std::string_view kFbxSignature = "Kaydara FBX Binary ";
 static_assert(kFbxSignature.size() == 19);

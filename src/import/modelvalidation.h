@@ -12,7 +12,8 @@
 bool isValidFBXFile(const std::string& path);
 
 /// @param path  local 8-bit encoding.
-/// @return whether one of the first 30 counted lines begins an OBJ statement (v, vn, vt, f). Empty lines and lines with a
+/// @return whether one of the first 30 counted lines begins an OBJ statement (v, vn, vt, f). Empty lines and lines with
+/// a
 ///     "#" anywhere are not counted. Prints nothing.
 bool isValidOBJFile(const std::string& path);
 

@@ -13,10 +13,9 @@
 #include <cmath>
 #include <memory>
 
-namespace
-{
+namespace {
 
-constexpr unsigned long kViewerPauseMs = 40;      ///< so that the viewer has acted before the next snapshot
+constexpr unsigned long kViewerPauseMs = 40; ///< so that the viewer has acted before the next snapshot
 constexpr unsigned long kMiddleReleasePauseMs = 10;
 constexpr int kTurntable = 5; ///< the view type that a gesture suspends
 constexpr int kLeftDrag = 1;

@@ -17,8 +17,8 @@ public:
     ~C3DObjectCommand() override;
 
     void undo() override;
-    /// The first call only arms the command: a stack redoes a command once when it is pushed, and the view already shows
-    /// the new state.
+    /// The first call only arms the command: a stack redoes a command once when it is pushed, and the view already
+    /// shows the new state.
     void redo() override;
 
     Restore m_redo;

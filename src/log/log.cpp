@@ -14,8 +14,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 constexpr int kApplicationFolder = 0; ///< kind of path asked of the host's path service
 
@@ -69,8 +68,8 @@ void test(std::string text)
 
 std::string getCurrentTime()
 {
-    return formatLogTime(std::chrono::duration_cast<std::chrono::nanoseconds>(
-        std::chrono::system_clock::now().time_since_epoch()));
+    return formatLogTime(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()));
 }
 
 std::string formatLogTime(std::chrono::nanoseconds sinceEpoch)

@@ -22,8 +22,7 @@
 #include <fstream>
 #include <optional>
 
-namespace
-{
+namespace {
 
 const QString kEntryKey = QStringLiteral("3D_OBJECT_KEY");
 constexpr int kScannedObjLines = 10;

@@ -3,8 +3,7 @@
 #include <QDataStream>
 #include <QVariant>
 
-namespace
-{
+namespace {
 
 const QString kModelPathParameter = QStringLiteral("model_path");
 

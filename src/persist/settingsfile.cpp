@@ -7,8 +7,7 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 
 constexpr int kComponents = 3;
 
@@ -23,8 +22,7 @@ public:
     [[nodiscard]] int integer(const char* key) const { return m_object.value(QLatin1String(key)).toInt(0); }
     [[nodiscard]] bool flag(const char* key) const { return integer(key) != 0; }
 
-    template <typename T>
-    void components(const char* key, T (&values)[kComponents]) const
+    template <typename T> void components(const char* key, T (&values)[kComponents]) const
     {
         const QJsonArray array = m_object.value(QLatin1String(key)).toArray();
         for (int i = 0; i < std::min(array.size(), kComponents); ++i)

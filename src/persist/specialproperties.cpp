@@ -9,8 +9,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 constexpr int kPropertyParams = 101;
 constexpr int kPropertyProgress = 104;
@@ -25,16 +24,14 @@ constexpr std::int32_t kResultFailed = 1;
 constexpr int kFirstSharedCameraValue = 1;
 constexpr int kSharedCameraValues = 3;
 
-template <typename From, typename To>
-void copyComponents(const From (&from)[3], To (&to)[3])
+template <typename From, typename To> void copyComponents(const From (&from)[3], To (&to)[3])
 {
     for (int i = 0; i < 3; ++i)
         to[i] = static_cast<To>(from[i]);
 }
 
 /// The block that the viewer reads, or the item's own while the context points at none.
-template <typename Block>
-Block& liveBlock(Block* live, Block& own)
+template <typename Block> Block& liveBlock(Block* live, Block& own)
 {
     return live ? *live : own;
 }

@@ -1,7 +1,6 @@
 #include "src/plugin/ov3dobject.h"
 
-namespace
-{
+namespace {
 
 /// Builds the settings text: one line, no blanks besides those of the opening.
 class CommandText
@@ -10,8 +9,7 @@ public:
     void add(const char* key, int value) { addScalar(key, QString::number(value)); }
     void add(const char* key, double value) { addScalar(key, number(value)); }
 
-    template <typename T>
-    void add(const char* key, const T (&values)[3])
+    template <typename T> void add(const char* key, const T (&values)[3])
     {
         addScalar(key, QLatin1Char('[') + number(double(values[0])) + QLatin1Char(',') + number(double(values[1])) +
                            QLatin1Char(',') + number(double(values[2])) + QLatin1Char(']'));
@@ -39,8 +37,7 @@ private:
 QString COv3DObject::buildViewCommand() const
 {
     // hdr_map alone is read from the live block, once there is one.
-    const bool hdrMap =
-        m_context.lighting_settings ? m_context.lighting_settings->hdr_map : m_lightingSettings.hdr_map;
+    const bool hdrMap = m_context.lighting_settings ? m_context.lighting_settings->hdr_map : m_lightingSettings.hdr_map;
 
     CommandText text;
     text.add("reset_camera", m_viewSettings.reset_camera);

@@ -38,7 +38,8 @@ struct DisplaySettings
     bool enable_sky = false;
     bool enable_axis = false;
     bool enable_ground = false;
-    float bg_color[3] = {0.2f, 0.99f, 0.1f}; ///< components 0 to 1; the saturated green default stands for "no background"
+    float bg_color[3] = {0.2f, 0.99f,
+                         0.1f}; ///< components 0 to 1; the saturated green default stands for "no background"
     std::int32_t light_profile = 0;
 };
 

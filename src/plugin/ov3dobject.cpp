@@ -28,8 +28,7 @@ int g_object_id = 0;
 int whell_call = 0;
 bool m_pyramidUpdate = true;
 
-namespace
-{
+namespace {
 
 constexpr int kItemType = QGraphicsItem::UserType + 11600;
 constexpr qreal kInitialWidth = 1280.0;

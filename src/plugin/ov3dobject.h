@@ -66,8 +66,8 @@ public:
     void paintOpenGL();
 
     // render/updatequeue.cpp
-    /// Passes the context to the viewer on the calling thread (GUI or render thread) and keeps the history. Does nothing
-    /// before the viewer is ready, or while a loaded item is locked. Waits for the viewer without a time limit.
+    /// Passes the context to the viewer on the calling thread (GUI or render thread) and keeps the history. Does
+    /// nothing before the viewer is ready, or while a loaded item is locked. Waits for the viewer without a time limit.
     void update_view(ViewContext* context);
     /// Asks the viewer to draw with the current settings. Also called on the render thread.
     void forcedraw();
@@ -112,7 +112,7 @@ public:
     ViewContext m_context{};
     CEL3DObjectParams m_params;
     bool m_isLoaded = false;
-    int m_viewerReady = 0; ///< 1 once the viewer has drawn and settled
+    int m_viewerReady = 0;            ///< 1 once the viewer has drawn and settled
     QVector<ViewContext> m_viewQueue; ///< history; only ever grows
     QVector<QString> m_textureFiles;  ///< names of the side files that the viewer reported
     QVector<QString> m_textureDirs;   ///< their folders relative to the model's, each with its trailing "/"

@@ -10,8 +10,7 @@
 
 int g_3d_handle_size = 0;
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t kBytesPerPixel = 3;
 

@@ -40,12 +40,12 @@ OV3DOBJECT_EXPORT extern RunViewFunction g_run_view;
 OV3DOBJECT_EXPORT extern RenderHook g_begin_render;
 OV3DOBJECT_EXPORT extern RenderHook g_end_render;
 OV3DOBJECT_EXPORT extern ImageRenderFunction g_image_render;
-OV3DOBJECT_EXPORT extern unsigned char* g_3d_handle; ///< the pixels of render3DObject
-OV3DOBJECT_EXPORT extern void* g_match;              ///< storage for the host, read by nothing here
-OV3DOBJECT_EXPORT extern void* g_run;                ///< the same
-OV3DOBJECT_EXPORT extern int cntx;                   ///< the same
-OV3DOBJECT_EXPORT extern QString g_app_path;         ///< application folder
-OV3DOBJECT_EXPORT extern QString g_app_path_log;     ///< path of the log file
+OV3DOBJECT_EXPORT extern unsigned char* g_3d_handle;   ///< the pixels of render3DObject
+OV3DOBJECT_EXPORT extern void* g_match;                ///< storage for the host, read by nothing here
+OV3DOBJECT_EXPORT extern void* g_run;                  ///< the same
+OV3DOBJECT_EXPORT extern int cntx;                     ///< the same
+OV3DOBJECT_EXPORT extern QString g_app_path;           ///< application folder
+OV3DOBJECT_EXPORT extern QString g_app_path_log;       ///< path of the log file
 OV3DOBJECT_EXPORT extern QMap<QString, int> g_dir_map; ///< resource directory names handed out so far
 OV3DOBJECT_EXPORT extern int g_dirNum;                 ///< number appended to the next repeated directory name
 OV3DOBJECT_EXPORT extern int g_progress;               ///< percent of the current load; 100 once it has ended

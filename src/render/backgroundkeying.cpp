@@ -6,8 +6,7 @@
 
 #include <cstdlib>
 
-namespace
-{
+namespace {
 
 constexpr int kKeyRed = 92;
 constexpr int kKeyGreen = 238;

@@ -16,8 +16,7 @@
 #include <system_error>
 #include <thread>
 
-namespace
-{
+namespace {
 
 constexpr unsigned long kFirstDrawPollMs = 10;
 constexpr unsigned long kSettleMs = 300;

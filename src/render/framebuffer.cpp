@@ -5,8 +5,7 @@
 
 #include <sys/mman.h>
 
-namespace
-{
+namespace {
 
 constexpr std::uint64_t kBytesPerPixel = 8;
 constexpr std::uint64_t kReservedBytes = std::uint64_t{256} << 20;

@@ -8,8 +8,7 @@
 #include <algorithm>
 #include <string>
 
-namespace
-{
+namespace {
 
 constexpr int kHighestViewerProgress = 95;
 constexpr int kStateLoad = 102;

@@ -9,8 +9,7 @@
 
 #include <cstring>
 
-namespace
-{
+namespace {
 
 constexpr unsigned long kFakeClickPauseMs = 80;
 constexpr char kResetText[] = {'r', 'e', 's', 'e', 't'};

@@ -20,8 +20,7 @@ struct MaterialSettings;
 struct LightingSettings;
 struct CameraSettings;
 
-namespace OV3DOBJECT
-{
+namespace OV3DOBJECT {
 
 /// The viewer's camera state. Its members belong to the viewer; the plug-in moves the record only as a whole.
 /// docs/viewer-contract.md says what our viewer keeps in them.
@@ -78,10 +77,11 @@ inline constexpr std::int32_t kNoFrame = -1;
 /// is borrowed.
 struct ViewContext
 {
-    std::int32_t op;          ///< a ViewOperation, or a code of the host's own
-    std::int32_t width;       ///< pixels that the viewer is to draw
-    std::int32_t height;      ///< the same
-    std::int32_t frame_width; ///< width of the frame that waits in `frame_buffer`, or kNoFrame; the viewer writes it last
+    std::int32_t op;     ///< a ViewOperation, or a code of the host's own
+    std::int32_t width;  ///< pixels that the viewer is to draw
+    std::int32_t height; ///< the same
+    std::int32_t
+        frame_width; ///< width of the frame that waits in `frame_buffer`, or kNoFrame; the viewer writes it last
     std::int32_t frame_height;
     std::uint8_t pad20[4];
 

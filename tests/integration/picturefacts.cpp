@@ -5,8 +5,7 @@
 
 #include <cstdlib>
 
-namespace
-{
+namespace {
 
 bool isOpaque(const QImage& image, int x, int y)
 {
@@ -59,9 +58,8 @@ int keyColouredEdgePixels(const QImage& image)
     int found = 0;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            const bool isEdge = isOpaque(image, x, y) &&
-                                !(isOpaque(image, x - 1, y) && isOpaque(image, x + 1, y) && isOpaque(image, x, y - 1) &&
-                                  isOpaque(image, x, y + 1));
+            const bool isEdge = isOpaque(image, x, y) && !(isOpaque(image, x - 1, y) && isOpaque(image, x + 1, y) &&
+                                                           isOpaque(image, x, y - 1) && isOpaque(image, x, y + 1));
             found += isEdge && isNearlyKeyColour(image.pixel(x, y)) ? 1 : 0;
         }
     }

@@ -54,8 +54,8 @@ private:
 void Programs::everySampleFormatIsDrawn_data()
 {
     QTest::addColumn<QString>("name");
-    for (const char* name : {"sample.glb", "textured.glb", "textured.gltf", "textured.obj", "cube.stl",
-                             "cube_text.stl", "cube.fbx"})
+    for (const char* name :
+         {"sample.glb", "textured.glb", "textured.gltf", "textured.obj", "cube.stl", "cube_text.stl", "cube.fbx"})
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
@@ -122,9 +122,8 @@ void Programs::backgroundFillsThePicture()
 
 void Programs::unevenWidthGivesExactlyThatWidth()
 {
-    const ProgramRun run =
-        render(sample(QStringLiteral("textured.glb")), {QStringLiteral("--size"), QStringLiteral("401x301"),
-                                                        QStringLiteral("--json")});
+    const ProgramRun run = render(sample(QStringLiteral("textured.glb")),
+                                  {QStringLiteral("--size"), QStringLiteral("401x301"), QStringLiteral("--json")});
     QVERIFY2(run.exitCode == 0, run.errors.constData());
     QCOMPARE(QImage(picturePath()).size(), QSize(401, 301));
     QCOMPARE(QImage(picturePath()).hasAlphaChannel(), true);
@@ -179,8 +178,8 @@ void Programs::exitCodeTellsWhatWentWrong_data()
     const QString o = QStringLiteral("-o");
     row("no command is a matter of usage", {}, 2);
     row("an unknown option is a matter of usage", {render, good, o, out, QStringLiteral("--nonsense")}, 2);
-    row("a size of nothing is a matter of usage", {render, good, o, out, QStringLiteral("--size"), QStringLiteral("0x4")},
-        2);
+    row("a size of nothing is a matter of usage",
+        {render, good, o, out, QStringLiteral("--size"), QStringLiteral("0x4")}, 2);
     row("an unlisted suffix is refused", {render, write(QStringLiteral("a.Glb"), "glTF"), o, out}, 3);
     row("an empty fbx is refused", {render, write(QStringLiteral("a.fbx"), ""), o, out}, 3);
     row("a text gltf is refused", {check, write(QStringLiteral("a.gltf"), "words")}, 3);

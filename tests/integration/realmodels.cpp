@@ -10,8 +10,8 @@
 #include <QTemporaryDir>
 
 /// Draws every real model of one format ($OV3D_TEST_FORMAT). realmodels.json lists the files that cannot be shown, with
-/// the exit code and why, and those that cover less of the picture; a file that is listed there and can be shown after all
-/// fails too.
+/// the exit code and why, and those that cover less of the picture; a file that is listed there and can be shown after
+/// all fails too.
 class RealModels : public TestBase
 {
     Q_OBJECT
@@ -45,9 +45,9 @@ QStringList RealModels::models() const
 
 ProgramRun RealModels::render(const QString& model, const QString& picture) const
 {
-    return runProgram(QStringLiteral(OV3D_PROGRAM), {QStringLiteral("render"), model, QStringLiteral("-o"), picture,
-                                                     QStringLiteral("--size"), QStringLiteral("640x480"),
-                                                     QStringLiteral("--json")});
+    return runProgram(QStringLiteral(OV3D_PROGRAM),
+                      {QStringLiteral("render"), model, QStringLiteral("-o"), picture, QStringLiteral("--size"),
+                       QStringLiteral("640x480"), QStringLiteral("--json")});
 }
 
 void RealModels::thereAreModels()
@@ -71,8 +71,8 @@ void RealModels::everyModelIsDrawn_data()
         const QString name = root.relativeFilePath(path);
         const QJsonObject exception = exceptions.value(name).toObject();
         QTest::newRow(qPrintable(name)) << path << exception.value(QLatin1String("exit")).toInt(0)
-                                              << exception.value(QLatin1String("least_share")).toDouble(0.01)
-                                              << exception.value(QLatin1String("blank")).toBool();
+                                        << exception.value(QLatin1String("least_share")).toDouble(0.01)
+                                        << exception.value(QLatin1String("blank")).toBool();
     }
 }
 

@@ -39,8 +39,7 @@ private:
     COv3DObject* m_item = nullptr;
 };
 
-namespace
-{
+namespace {
 
 /// Process ids of this test's own renderers, zombies not counted.
 std::set<pid_t> renderers()

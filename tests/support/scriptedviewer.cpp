@@ -9,8 +9,7 @@
 #include <cstring>
 #include <deque>
 
-namespace
-{
+namespace {
 
 constexpr auto kPoll = std::chrono::milliseconds(2);
 const QColor kKeyColour(92, 238, 20);
@@ -191,8 +190,8 @@ bool ScriptedViewer::drawFirst(Session& session, ViewContext& context)
         context.file_list[length] = '\0';
 
     if (script.sendsFirstFrame) {
-        const QImage picture = script.firstFrame.isNull() ? defaultFrame(context.width, context.height)
-                                                          : script.firstFrame;
+        const QImage picture =
+            script.firstFrame.isNull() ? defaultFrame(context.width, context.height) : script.firstFrame;
         write(Frame{picture.width(), picture.height(), picture}, context);
     }
     storeRelease(context.first_draw, std::uint8_t{1});

@@ -18,8 +18,9 @@
 
 /// A viewer function that honours the contract, or breaks it as told, and records what it is asked.
 ///
-/// Register `&ScriptedViewer::run` with the plug-in. One object at a time receives the calls; it must outlive every item
-/// that it serves, and its end waits for the threads that still run in it. All functions may be called on any thread.
+/// Register `&ScriptedViewer::run` with the plug-in. One object at a time receives the calls; it must outlive every
+/// item that it serves, and its end waits for the threads that still run in it. All functions may be called on any
+/// thread.
 class ScriptedViewer
 {
 public:
@@ -28,14 +29,14 @@ public:
     /// What a viewer run does. Taken over when the run starts; set it before.
     struct Script
     {
-        bool setsFirstDraw = true;         ///< false: as if the first picture never came (see allowFirstDraw())
-        bool sendsFirstFrame = true;       ///< a frame waits in the buffer when `first_draw` is set
-        QImage firstFrame;                 ///< null: a picture of the context's size, a grey block on the key colour
-        QByteArray fileList;               ///< copied as it stands, at most 2048 bytes
-        bool terminatesFileList = true;    ///< false: what follows in the record is left as it is
-        std::vector<int> progress;         ///< reported one after the other before the first draw
+        bool setsFirstDraw = true;      ///< false: as if the first picture never came (see allowFirstDraw())
+        bool sendsFirstFrame = true;    ///< a frame waits in the buffer when `first_draw` is set
+        QImage firstFrame;              ///< null: a picture of the context's size, a grey block on the key colour
+        QByteArray fileList;            ///< copied as it stands, at most 2048 bytes
+        bool terminatesFileList = true; ///< false: what follows in the record is left as it is
+        std::vector<int> progress;      ///< reported one after the other before the first draw
         std::optional<OV3DOBJECT::SceneStatus> sceneStatus; ///< written before the first draw
-        bool endsOnStop = true;            ///< false: the run goes on after a stop request
+        bool endsOnStop = true;                             ///< false: the run goes on after a stop request
     };
 
     /// One call of the viewer function, with everything that its pointers led to at that moment.

@@ -7,8 +7,7 @@
 
 #include <mutex>
 
-namespace
-{
+namespace {
 
 std::mutex g_mutex;
 QStringList g_messages;

@@ -1,5 +1,5 @@
-// A host that is linked with the plug-in. A position-independent program holds copies of the variables that it names, and
-// the plug-in must use those.
+// A host that is linked with the plug-in. A position-independent program holds copies of the variables that it names,
+// and the plug-in must use those.
 
 #include "host/framework/framework.h"
 #include "require.h"

@@ -8,13 +8,11 @@
 
 #include <dlfcn.h>
 
-namespace
-{
+namespace {
 
 void* g_library = nullptr;
 
-template <typename T>
-T* resolve(const char* name)
+template <typename T> T* resolve(const char* name)
 {
     void* symbol = dlsym(g_library, name);
     require(symbol != nullptr, name);
@@ -55,8 +53,9 @@ int main(int argc, char** argv)
     require(resolve<int()>("_Z17endRender3DObjectv")() == 8, "the other hook's answer");
     require(resolve<int()>("_Z14getOpenglMatchv")() == 0, "no match");
 
-    *resolve<void (*)(char*, unsigned char*, int, int)>("g_image_render") =
-        [](char*, unsigned char* pixels, int, int) { pixels[0] = 99; };
+    *resolve<void (*)(char*, unsigned char*, int, int)>("g_image_render") = [](char*, unsigned char* pixels, int, int) {
+        pixels[0] = 99;
+    };
     QImage image(8, 2, QImage::Format_RGB888);
     resolve<void(char*, QImage&, int, int)>("_Z14render3DObjectPcR6QImageii")(nullptr, image, 8, 2);
     require(image.constBits() == *resolve<unsigned char*>("g_3d_handle"), "the picture is the exported buffer");

@@ -6,6 +6,9 @@
 #include <QGraphicsSceneMouseEvent>
 #include <QGraphicsSceneWheelEvent>
 
+#include <functional>
+#include <thread>
+
 /// A loaded, selected item without a running thread, and the events that a scene would send it.
 class Gestures
 {
@@ -41,7 +44,8 @@ public:
     }
 
     /// @return whether the event was accepted afterwards; scenes send it accepted.
-    bool wheel(QPointF position, int delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier, bool accepted = true) const
+    bool wheel(QPointF position, int delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
+               bool accepted = true) const
     {
         QGraphicsSceneWheelEvent event(QEvent::GraphicsSceneWheel);
         event.setPos(position);
@@ -86,4 +90,36 @@ inline std::vector<ScriptedViewer::Call> buttonUps(const ScriptedViewer& viewer)
             found.push_back(call);
     }
     return found;
+}
+
+/// Runs a gesture while the viewer moves its camera to `mark` as soon as its last call is over, that is within the
+/// sleep that follows. @return false when the machine was too busy for that in all tries.
+inline bool withLateStatus(ItemFixture& fixture, COv3DObject* item, double mark, int lastCall,
+                           const std::function<void()>& gesture)
+{
+    using namespace std::chrono_literals;
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        std::thread viewer;
+        ScriptedViewer::Clock::time_point called;
+        ScriptedViewer::Clock::time_point written;
+        int calls = 0;
+        fixture.viewer.setOnCall([&](ViewContext& context) {
+            if (++calls != lastCall)
+                return;
+            called = ScriptedViewer::Clock::now();
+            viewer = std::thread([&] {
+                item->m_viewMutex.lock();
+                item->m_viewMutex.unlock();
+                context.scene_status = Gestures::status(mark);
+                written = ScriptedViewer::Clock::now();
+            });
+        });
+        gesture();
+        fixture.viewer.setOnCall(nullptr);
+        if (viewer.joinable())
+            viewer.join();
+        if (calls >= lastCall && written - called < 30ms)
+            return true;
+    }
+    return false;
 }

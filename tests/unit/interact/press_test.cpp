@@ -5,8 +5,7 @@
 #include <cstring>
 #include <limits>
 
-namespace
-{
+namespace {
 
 constexpr int kPrevious = 77; ///< a modifier code that no press chooses
 
@@ -26,6 +25,7 @@ private Q_SLOTS:
     void pressedStateIsSetBeforeTheViewerHears();
     void dragKindChangesAfterTheRecordIsSent();
     void snapshotIsTakenFortyMillisecondsAfterTheRecord();
+    void snapshotHoldsWhatTheViewerDidDuringTheSleep();
     void otherViewTypesAreNotSuspended();
     void withoutLiveBlocksTheItemsOwnSettingsDecide();
 };
@@ -208,6 +208,14 @@ void PressTest::withoutLiveBlocksTheItemsOwnSettingsDecide()
     QCOMPARE(item->m_viewSettings.view_type, 5);
     QCOMPARE(item->m_viewTypeRestore, 0);
     QCOMPARE(fixture.viewer.callCount(), 0);
+}
+
+void PressTest::snapshotHoldsWhatTheViewerDidDuringTheSleep()
+{
+    ItemFixture fixture;
+    const Gestures gestures(fixture);
+    QVERIFY(withLateStatus(fixture, gestures.item, 9, 1, [&] { gestures.press(QPointF(10, 20)); }));
+    QCOMPARE(Gestures::markOf(gestures.item->m_undoStatus), 9.0);
 }
 
 OV3D_TEST_MAIN(PressTest)

@@ -4,8 +4,7 @@
 
 #include <memory>
 
-namespace
-{
+namespace {
 
 constexpr int kPrevious = 77; ///< a modifier code that no press chooses
 
@@ -108,9 +107,9 @@ void PressTableTest::modifiersAndButtonChooseCodeAndDragKind_data()
                 }
                 if (isMiddleCase && suspends && !row.isRight)
                     expected.op = kOperationApplyViewType;
-                QTest::newRow(qPrintable(QStringLiteral("%1%2%3").arg(
-                    QLatin1String(row.name), QLatin1String(turntable ? ", turntable" : ""),
-                    QLatin1String(sunFollow ? ", sun follows" : ""))))
+                QTest::newRow(qPrintable(QStringLiteral("%1%2%3").arg(QLatin1String(row.name),
+                                                                      QLatin1String(turntable ? ", turntable" : ""),
+                                                                      QLatin1String(sunFollow ? ", sun follows" : ""))))
                     << row.modifiers << row.button << turntable << sunFollow << expected;
             }
         }

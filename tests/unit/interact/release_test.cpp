@@ -3,8 +3,7 @@
 #include "tests/support/testmain.h"
 #include "tests/unit/interact/gestures.h"
 
-namespace
-{
+namespace {
 
 QUndoStack* undoStack()
 {
@@ -32,7 +31,8 @@ private Q_SLOTS:
     void distanceDecidesOverTheUndoEntry_data();
     void distanceDecidesOverTheUndoEntry();
     void entryHoldsTheStatusesBeforeAndAfter();
-    void redoStatusIsTakenAfterTheSleeps();
+    void redoStatusIsTakenAfterTheSimulatedClick();
+    void redoStatusHoldsWhatTheViewerDidDuringTheLastSleep();
     void pushingLeavesTheViewUntouched();
 };
 
@@ -267,7 +267,7 @@ void ReleaseTest::entryHoldsTheStatusesBeforeAndAfter()
     QCOMPARE(command->text(), QStringLiteral("IDS_3DOBJ_ADJUST_ATTRIBUTE"));
 }
 
-void ReleaseTest::redoStatusIsTakenAfterTheSleeps()
+void ReleaseTest::redoStatusIsTakenAfterTheSimulatedClick()
 {
     ItemFixture fixture;
     const Gestures gestures(fixture);
@@ -291,6 +291,15 @@ void ReleaseTest::pushingLeavesTheViewUntouched()
     QCOMPARE(fixture.viewer.callCount(), 2);
     QVERIFY(fixture.viewer.callsWithOp(kOperationRestore).empty());
     QVERIFY(static_cast<const C3DObjectCommand*>(undoStack()->command(0))->m_redoArmed);
+}
+
+void ReleaseTest::redoStatusHoldsWhatTheViewerDidDuringTheLastSleep()
+{
+    ItemFixture fixture;
+    const Gestures gestures(fixture);
+    gestures.press(QPointF(10, 20));
+    QVERIFY(withLateStatus(fixture, gestures.item, 9, 1, [&] { gestures.release(QPointF(50, 60)); }));
+    QCOMPARE(Gestures::markOf(gestures.item->m_redoStatus), 9.0);
 }
 
 OV3D_TEST_MAIN(ReleaseTest)

@@ -7,8 +7,7 @@
 #include <cstring>
 #include <functional>
 
-namespace
-{
+namespace {
 
 QUndoStack* undoStack()
 {

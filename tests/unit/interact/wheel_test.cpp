@@ -5,8 +5,7 @@
 #include "tests/support/testmain.h"
 #include "tests/unit/interact/gestures.h"
 
-namespace
-{
+namespace {
 
 QUndoStack* undoStack()
 {
@@ -33,6 +32,7 @@ private Q_SLOTS:
     void eventIsAcceptedAndNoticed();
     void countIsPrintedBeforeItIsIncremented();
     void beforeStatusIsTakenFirstAndAfterStatusFortyMillisecondsLater();
+    void afterStatusHoldsWhatTheViewerDidDuringTheSleep();
     void viewTypeIsPutBackBeforeTheSleep();
     void twoNotchesAreTwoEntries();
     void undoAndRedoBothRestoreThroughTheSameWay();
@@ -296,6 +296,15 @@ void WheelTest::notchDoesNotPressTheItem()
     QVERIFY(!gestures.item->m_isPressed);
     QCOMPARE(gestures.item->m_dragKind, 2);
     QCOMPARE(gestures.item->m_pressPos, QPointF());
+}
+
+void WheelTest::afterStatusHoldsWhatTheViewerDidDuringTheSleep()
+{
+    ItemFixture fixture;
+    const Gestures gestures(fixture);
+    gestures.item->m_context.scene_status = Gestures::status(1);
+    QVERIFY(withLateStatus(fixture, gestures.item, 9, 1, [&] { gestures.wheel(QPointF(10, 20), 120); }));
+    QCOMPARE(Gestures::markOf(gestures.item->m_redoStatus), 9.0);
 }
 
 OV3D_TEST_MAIN(WheelTest)

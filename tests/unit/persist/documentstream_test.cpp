@@ -9,8 +9,7 @@
 
 #include <optional>
 
-namespace
-{
+namespace {
 
 const QString kParameter = QStringLiteral("model_path");
 

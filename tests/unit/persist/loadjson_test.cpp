@@ -15,8 +15,7 @@
 
 #include <optional>
 
-namespace
-{
+namespace {
 
 const QString kKey = QStringLiteral("3D_OBJECT_KEY");
 
@@ -251,8 +250,7 @@ private Q_SLOTS:
 
     void lastModelWins()
     {
-        QJsonObject object =
-            savesOf({{QStringLiteral("/a.obj"), QStringLiteral("/b.glb"), QStringLiteral("/c.mtl")}});
+        QJsonObject object = savesOf({{QStringLiteral("/a.obj"), QStringLiteral("/b.glb"), QStringLiteral("/c.mtl")}});
         m_item->loadJson(object);
         QCOMPARE(m_item->loads, QStringList{QStringLiteral("/b.glb")});
     }
@@ -359,8 +357,8 @@ private Q_SLOTS:
     {
         ItemFixture::makeReady(m_item);
         const QStringList before = SettingsBlocks::ofContext(*m_item).lines();
-        const QString path = m_fixture->writeFile(
-            QStringLiteral("x_view.json"), "{\"view_type\":4,\"hdr_map\":0,\"camera_position\":[1,2,3]}");
+        const QString path = m_fixture->writeFile(QStringLiteral("x_view.json"),
+                                                  "{\"view_type\":4,\"hdr_map\":0,\"camera_position\":[1,2,3]}");
         QJsonObject object = savesOf({{path}});
         m_item->loadJson(object);
         QCOMPARE(SettingsBlocks::ofContext(*m_item).lines(), before);

@@ -17,14 +17,12 @@
 #include <limits>
 #include <optional>
 
-namespace
-{
+namespace {
 
 constexpr int kParams = 101;
 constexpr int kProgress = 104;
 
-template <typename T, typename Value>
-void assign(T (&values)[3], Value first, Value second, Value third)
+template <typename T, typename Value> void assign(T (&values)[3], Value first, Value second, Value third)
 {
     values[0] = static_cast<T>(first);
     values[1] = static_cast<T>(second);

@@ -19,8 +19,7 @@
 
 #include <sys/fsuid.h>
 
-namespace
-{
+namespace {
 
 const QString kKey = QStringLiteral("3D_OBJECT_KEY");
 const QByteArray kWithoutBuffers(R"({"asset":{"version":"2.0"}})");
@@ -183,8 +182,7 @@ private Q_SLOTS:
         QTest::newRow("a line of seven characters") << objWithLine(2, "abc.mtl") << "";
         QTest::newRow("a line of four characters ends the search") << QByteArray(".mtl\nmtllib a.mtl\n") << "";
         QTest::newRow("the first of two") << QByteArray("mtllib a.mtl\nmtllib b.mtl\n") << "a.mtl";
-        QTest::newRow("what follows the name is taken along")
-            << QByteArray("mtllib a.mtl b.mtl\n") << "a.mtl b.mtl";
+        QTest::newRow("what follows the name is taken along") << QByteArray("mtllib a.mtl b.mtl\n") << "a.mtl b.mtl";
         QTest::newRow("upper case is not looked for") << QByteArray("mtllib a.MTL\nmtllib b.mtl\n") << "b.mtl";
         QTest::newRow("carriage returns fall away") << QByteArray("# x\r\nmtllib a.mtl\r\nv 0 0 0\r\n") << "a.mtl";
         QTest::newRow("without a line end") << QByteArray("mtllib a.mtl") << "a.mtl";
@@ -267,7 +265,8 @@ private Q_SLOTS:
         QJsonObject object;
         m_item->saveJson(object);
         const QString folder = m_fixture->folder();
-        QCOMPARE(modelFiles(), (QStringList{path, folder + QStringLiteral("tex/one.png"), folder + QStringLiteral("two.png")}));
+        QCOMPARE(modelFiles(),
+                 (QStringList{path, folder + QStringLiteral("tex/one.png"), folder + QStringLiteral("two.png")}));
         QVERIFY(!QImage(folder + QStringLiteral("m_3dpreview.png")).isNull());
     }
 
@@ -364,8 +363,7 @@ private Q_SLOTS:
     {
         m_fixture->writeFile(QStringLiteral("m_view.json"), QByteArray(5000, 'x'));
         saveModel(QStringLiteral("m.stl"));
-        QCOMPARE(contentOf(m_fixture->folder() + QStringLiteral("m_view.json")),
-                 m_item->buildViewCommand().toUtf8());
+        QCOMPARE(contentOf(m_fixture->folder() + QStringLiteral("m_view.json")), m_item->buildViewCommand().toUtf8());
     }
 
     void settingsFileFollowsTheLiveHdrMap()
@@ -384,8 +382,9 @@ private Q_SLOTS:
         QVERIFY(QDir(m_fixture->folder()).mkdir(QStringLiteral("m_view.json")));
         const QJsonObject object = saveModel(QStringLiteral("m.stl"));
         const QString stem = m_fixture->folder() + QStringLiteral("m");
-        QCOMPARE(entriesOf(object, 0), (QStringList{stem + QStringLiteral(".stl"), stem + QStringLiteral("_3dpreview.png"),
-                                                    stem + QStringLiteral("_view.json"), stem + QStringLiteral(".opt")}));
+        QCOMPARE(entriesOf(object, 0),
+                 (QStringList{stem + QStringLiteral(".stl"), stem + QStringLiteral("_3dpreview.png"),
+                              stem + QStringLiteral("_view.json"), stem + QStringLiteral(".opt")}));
         // The log alone speaks, about its own folder.
         QCOMPARE(messages().filter(QStringLiteral("Directory")), messages());
     }

@@ -15,8 +15,7 @@
 #include <cstring>
 #include <optional>
 
-namespace
-{
+namespace {
 
 const QString kKey = QStringLiteral("3D_OBJECT_KEY");
 const QString kRefusal = QStringLiteral("Failed to open file for writing");

@@ -68,8 +68,7 @@ private:
         return QLatin1String(name) + QLatin1Char('=') + QString::number(value, 'g', 17);
     }
 
-    template <typename T>
-    static QString line(const char* name, const T* values, int count)
+    template <typename T> static QString line(const char* name, const T* values, int count)
     {
         QStringList numbers;
         for (int i = 0; i < count; ++i)
@@ -96,7 +95,8 @@ inline SettingsBlocks unusualSettings()
     blocks.view = {true, 21};
     blocks.display = {true, true, true, {0.5f, 0.25f, 0.125f}, 22};
     blocks.material = {23, 24, {0.75f, 0.375f, 0.0625f}, true, 25, true, true};
-    blocks.lighting = {false, 26, false, "sky.hdr", 27.0, 28.0, {1.5f, 2.5f, 3.5f}, {4.5f, 5.5f, 6.5f}, false, false, false};
+    blocks.lighting = {false, 26,    false, "sky.hdr", 27.0, 28.0, {1.5f, 2.5f, 3.5f}, {4.5f, 5.5f, 6.5f},
+                       false, false, false};
     blocks.camera = {29, {30.5, 31.5, 32.5, 33.5}, {34.5, 35.5, 36.5}};
     return blocks;
 }

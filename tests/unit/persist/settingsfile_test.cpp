@@ -12,8 +12,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace
-{
+namespace {
 
 /// The text of the file in which every setting has another value than by default, and no two numbers are equal.
 const QByteArray kCompleteText = R"({
@@ -89,10 +88,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("key");
         for (const char* key :
-             {"reset_camera", "view_type", "enable_sky", "enable_axis", "enable_ground", "light_profile",
-              "material_type_a", "material_type_b", "material_update", "point_size", "raw_mode", "wireframe", "hdr_map",
-              "hdr_map_type", "sun_follow", "ibl_intensity", "sun_intensity", "ibl_enabled", "use_default_ibl",
-              "sun_enabled"})
+             {"reset_camera",  "view_type",       "enable_sky",      "enable_axis",     "enable_ground",
+              "light_profile", "material_type_a", "material_type_b", "material_update", "point_size",
+              "raw_mode",      "wireframe",       "hdr_map",         "hdr_map_type",    "sun_follow",
+              "ibl_intensity", "sun_intensity",   "ibl_enabled",     "use_default_ibl", "sun_enabled"})
             QTest::newRow(key) << QByteArray(key);
     }
 
@@ -171,8 +170,8 @@ private Q_SLOTS:
         SettingsBlocks expected = withoutKeys();
         float* const singles[] = {blocks.display.bg_color, blocks.material.material_color, blocks.lighting.sun_dir,
                                   blocks.lighting.sun_color};
-        float* const wanted[] = {expected.display.bg_color, expected.material.material_color,
-                                 expected.lighting.sun_dir, expected.lighting.sun_color};
+        float* const wanted[] = {expected.display.bg_color, expected.material.material_color, expected.lighting.sun_dir,
+                                 expected.lighting.sun_color};
         for (int i = 0; i < 3; ++i) {
             for (int k = 0; k < 4; ++k) {
                 singles[k][i] = static_cast<float>(7 + i);
@@ -207,9 +206,9 @@ private Q_SLOTS:
     {
         ItemFixture fixture;
         COv3DObject* item = fixture.createItem();
-        QVERIFY(readSettingsFile(fixture.writeFile(QStringLiteral("x.json"), "{\"is_history\":1}"), item->m_viewSettings,
-                                 item->m_displaySettings, item->m_materialSettings, item->m_lightingSettings,
-                                 item->m_cameraSettings));
+        QVERIFY(readSettingsFile(fixture.writeFile(QStringLiteral("x.json"), "{\"is_history\":1}"),
+                                 item->m_viewSettings, item->m_displaySettings, item->m_materialSettings,
+                                 item->m_lightingSettings, item->m_cameraSettings));
         QCOMPARE(int(item->m_context.is_history), 0);
     }
 

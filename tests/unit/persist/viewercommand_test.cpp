@@ -15,8 +15,7 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 
 constexpr int kParams = 101;
 constexpr int kCode = 4711;

@@ -12,8 +12,7 @@
 
 #include <optional>
 
-namespace
-{
+namespace {
 
 /// Deletes the thread object that an item leaves behind when it is deleted without Release().
 void deleteLeftThread(CDrawByOpenGL* thread)

@@ -12,8 +12,7 @@
 #include <cstring>
 #include <type_traits>
 
-namespace
-{
+namespace {
 
 constexpr int kReservedSize = 3 * 64 * 64; ///< bytes; a size that one of the tests has reached for sure
 
@@ -114,7 +113,8 @@ private Q_SLOTS:
         static_assert(std::is_same_v<decltype(g_3d_handle), unsigned char*>);
         static_assert(std::is_same_v<decltype(g_match), void*> && std::is_same_v<decltype(g_run), void*>);
         static_assert(std::is_same_v<decltype(cntx), int>);
-        static_assert(std::is_same_v<decltype(g_app_path), QString> && std::is_same_v<decltype(g_app_path_log), QString>);
+        static_assert(std::is_same_v<decltype(g_app_path), QString> &&
+                      std::is_same_v<decltype(g_app_path_log), QString>);
         static_assert(std::is_same_v<decltype(g_dir_map), QMap<QString, int>>);
         static_assert(std::is_same_v<decltype(g_dirNum), int> && std::is_same_v<decltype(g_progress), int>);
         static_assert(std::is_same_v<decltype(g_object_id), int> && std::is_same_v<decltype(whell_call), int>);

@@ -10,8 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace
-{
+namespace {
 
 /// A picture from text rows: '#' is opaque, everything else fully transparent.
 QImage picture(const QStringList& rows)
@@ -220,8 +219,8 @@ private Q_SLOTS:
     void changeOfOneRunsColumnsClosesEveryBlock()
     {
         const QImage image = picture({"##  ##", "##  # ", "##  # "});
-        QCOMPARE(rectsFromImage(image, 1), (QList<QRect>{block(0, 0, 1, 0), block(4, 0, 5, 0), block(0, 1, 1, 2),
-                                                         block(4, 1, 4, 2)}));
+        QCOMPARE(rectsFromImage(image, 1),
+                 (QList<QRect>{block(0, 0, 1, 0), block(4, 0, 5, 0), block(0, 1, 1, 2), block(4, 1, 4, 2)}));
     }
 
     void shiftedRunOfTheSameWidthClosesItsBlock()
@@ -521,8 +520,13 @@ private Q_SLOTS:
                     if (hsv.hue == expected.hue && hsv.saturation == expected.saturation && hsv.value == expected.value)
                         continue;
                     QFAIL(qPrintable(QStringLiteral("%1 %2 %3: hue %4 instead of %5, saturation %6 instead of %7")
-                                         .arg(red).arg(green).arg(blue).arg(hsv.hue).arg(expected.hue)
-                                         .arg(hsv.saturation).arg(expected.saturation)));
+                                         .arg(red)
+                                         .arg(green)
+                                         .arg(blue)
+                                         .arg(hsv.hue)
+                                         .arg(expected.hue)
+                                         .arg(hsv.saturation)
+                                         .arg(expected.saturation)));
                 }
             }
         }

@@ -16,8 +16,7 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 
 using namespace std::chrono_literals;
 

@@ -20,8 +20,7 @@
 #include <optional>
 #include <thread>
 
-namespace
-{
+namespace {
 
 const QByteArray kFbx("Kaydara FBX Binary \x20\x20\x1a\x20");
 const QByteArray kObj("v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
@@ -178,8 +177,7 @@ private Q_SLOTS:
         COv3DObject* item = m_fixture->createItem();
         item->m_modelPath = m_fixture->writeFile(QStringLiteral("model.obj"), "o name\n");
         QVERIFY(!item->loadFromFile(item->m_modelPath));
-        QCOMPARE(m_fixture->logEntries(),
-                 QStringList{m_fixture->folder() + QStringLiteral("model.obj") + kRefused});
+        QCOMPARE(m_fixture->logEntries(), QStringList{m_fixture->folder() + QStringLiteral("model.obj") + kRefused});
     }
 
     void refusalLeavesAShownModelAlone()

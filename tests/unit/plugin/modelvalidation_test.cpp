@@ -14,8 +14,7 @@
 
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 const QByteArray kSignature("Kaydara FBX Binary ");
 
@@ -62,8 +61,7 @@ struct Verdict
     QByteArray err;
 };
 
-template <typename Check>
-Verdict run(Check check)
+template <typename Check> Verdict run(Check check)
 {
     const Capture out(STDOUT_FILENO, stdout);
     const Capture err(STDERR_FILENO, stderr);
@@ -168,18 +166,17 @@ private Q_SLOTS:
         QTest::newRow("vertex as line 30") << names.left(29 * 6) + "v 1 2 3\n" << true;
         QTest::newRow("vertex as line 31") << names.left(30 * 6) + "v 1 2 3\n" << false;
         QTest::newRow("vertex as line 30 without line feed") << names.left(29 * 6) + "f 1 2 3" << true;
-        QTest::newRow("comment lines are not counted")
-            << QByteArray("# comment\n").repeated(1000) + "v 1 2 3\n" << true;
+        QTest::newRow("comment lines are not counted") << QByteArray("# comment\n").repeated(1000) + "v 1 2 3\n"
+                                                       << true;
         QTest::newRow("empty lines are not counted") << QByteArray("\n").repeated(1000) + "v 1 2 3\n" << true;
-        QTest::newRow("lines of a carriage return alone are counted")
-            << QByteArray("\r\n").repeated(30) + "v 1 2 3\n" << false;
+        QTest::newRow("lines of a carriage return alone are counted") << QByteArray("\r\n").repeated(30) + "v 1 2 3\n"
+                                                                      << false;
         QTest::newRow("29 lines of a carriage return alone") << QByteArray("\r\n").repeated(29) + "v 1 2 3\n" << true;
         QTest::newRow("lines of blanks are counted") << QByteArray("  \n").repeated(30) + "v 1 2 3\n" << false;
         QTest::newRow("trailing comments hide every statement")
             << QByteArray("v 1 2 3 # corner\nvn 0 0 1 # up\n").repeated(40) << false;
         QTest::newRow("a face beside commented vertices") << QByteArray("v 1 2 3 # corner\nf 1 2 3\n") << true;
-        QTest::newRow("a # far behind the statement")
-            << "v 1 2 3" + QByteArray(100000, ' ') + "#\no name\n" << false;
+        QTest::newRow("a # far behind the statement") << "v 1 2 3" + QByteArray(100000, ' ') + "#\no name\n" << false;
         QTest::newRow("upper case") << QByteArray("V 1 2 3\nVN 0 0 1\nF 1 2 3\n") << false;
         QTest::newRow("tab instead of the blank") << QByteArray("v\t1 2 3\nvn\t0 0 1\nf\t1 2 3\n") << false;
         QTest::newRow("leading blank") << QByteArray(" v 1 2 3\n") << false;
@@ -264,8 +261,7 @@ private Q_SLOTS:
         QTest::newRow("rest behind the document")
             << QByteArray(R"({"asset":{"version":"2.0"}} x)") << QByteArray("garbage at the end of the document");
         QTest::newRow("binary form") << QByteArray("glTF\x02\x00\x00\x00", 8) << QByteArray("illegal value");
-        QTest::newRow("nested too deep")
-            << QByteArray("[").repeated(5000) << QByteArray("too deeply nested document");
+        QTest::newRow("nested too deep") << QByteArray("[").repeated(5000) << QByteArray("too deeply nested document");
     }
 
     void gltfThatIsNoJsonIsRefusedWithTheParsersText()

@@ -115,8 +115,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QString>("uri");
         QTest::newRow("one buffer") << QByteArray(R"({"buffers":[{"uri":"model.bin"}]})") << "model.bin";
-        QTest::newRow("the first of two")
-            << QByteArray(R"({"buffers":[{"uri":"a.bin"},{"uri":"b.bin"}]})") << "a.bin";
+        QTest::newRow("the first of two") << QByteArray(R"({"buffers":[{"uri":"a.bin"},{"uri":"b.bin"}]})") << "a.bin";
         QTest::newRow("percent signs and folders as they stand")
             << QByteArray(R"({"buffers":[{"uri":"./sub%20folder/../a b.bin"}]})") << "./sub%20folder/../a b.bin";
         QTest::newRow("a data URI as it is")

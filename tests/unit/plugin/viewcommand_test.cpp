@@ -13,8 +13,7 @@
 #include <limits>
 #include <optional>
 
-namespace
-{
+namespace {
 
 const QString kDefaultText = QStringLiteral(
     "{             \"reset_camera\":0,\"view_type\":0,\"enable_sky\":0,\"enable_axis\":0,\"enable_ground\":0,"
@@ -32,8 +31,7 @@ const QString kOtherText = QStringLiteral(
     "\"sun_dir\":[1,2,3],\"sun_color\":[4,5,6],\"ibl_enabled\":0,\"use_default_ibl\":0,"
     "\"sun_enabled\":0,\"camera_position\":[7.5,-8.5,9.5],\"is_history\":1}");
 
-template <typename T>
-void assign(T (&values)[3], T first, T second, T third)
+template <typename T> void assign(T (&values)[3], T first, T second, T third)
 {
     values[0] = first;
     values[1] = second;
@@ -105,7 +103,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("key");
         QTest::addColumn<bool>("initially");
-        for (const char* key : {"reset_camera", "enable_sky", "enable_axis", "material_update", "raw_mode", "wireframe"})
+        for (const char* key :
+             {"reset_camera", "enable_sky", "enable_axis", "material_update", "raw_mode", "wireframe"})
             QTest::newRow(key) << key << false;
         for (const char* key : {"hdr_map", "sun_follow", "ibl_enabled", "use_default_ibl", "sun_enabled"})
             QTest::newRow(key) << key << true;

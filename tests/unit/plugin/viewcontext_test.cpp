@@ -13,8 +13,7 @@
 #include <cstring>
 #include <optional>
 
-namespace
-{
+namespace {
 
 struct Field
 {
@@ -76,8 +75,7 @@ bool isZero(const void* bytes, std::size_t size)
     return std::all_of(begin, begin + size, [](unsigned char byte) { return byte == 0; });
 }
 
-template <typename Number>
-Number numberAt(const ViewContext& context, std::size_t offset)
+template <typename Number> Number numberAt(const ViewContext& context, std::size_t offset)
 {
     Number value;
     std::memcpy(&value, reinterpret_cast<const char*>(&context) + offset, sizeof value);

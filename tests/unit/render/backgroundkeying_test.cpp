@@ -6,8 +6,7 @@
 #include <QColor>
 #include <QImage>
 
-namespace
-{
+namespace {
 
 const QRgb kKey = qRgb(92, 238, 20);
 const QRgb kOther = qRgb(10, 20, 30);
@@ -62,7 +61,8 @@ void BackgroundKeyingTest::runsOfKeyColourBecomeTransparentWithOnePixelOfFringe_
     QTest::newRow("one pixel on each side of a run") << QStringList{"mmkkmm"} << QStringList{"#....#"};
     QTest::newRow("a single pixel between two runs") << QStringList{"kkmkk"} << QStringList{"....."};
     QTest::newRow("two pixels between two runs") << QStringList{"kkmmkk"} << QStringList{"......"};
-    QTest::newRow("three pixels between two runs keep the middle one") << QStringList{"kkmmmkk"} << QStringList{"...#..."};
+    QTest::newRow("three pixels between two runs keep the middle one")
+        << QStringList{"kkmmmkk"} << QStringList{"...#..."};
     QTest::newRow("a row that ends in key pixels takes the next row's first pixel")
         << QStringList{"mmmk", "mmmm"} << QStringList{"##..", ".###"};
     QTest::newRow("a row that begins with key pixels leaves the row above alone")

@@ -8,8 +8,7 @@
 #include <cstring>
 #include <limits>
 
-namespace
-{
+namespace {
 
 constexpr std::size_t kMegabyte = std::size_t{1} << 20;
 constexpr int kLargest = std::numeric_limits<int>::max();
@@ -103,9 +102,9 @@ void FrameBufferTest::framesThatDoNotFitAreNotHeld_data()
     QTest::addColumn<bool>("held");
     QTest::newRow("one pixel") << 1 << 1 << true;
     QTest::newRow("the size of the run") << 1280 << 960 << true;
-    QTest::newRow("exactly the reserve") << 4 << 22369621 << true;          // 12 bytes a row: 4 bytes remain
+    QTest::newRow("exactly the reserve") << 4 << 22369621 << true; // 12 bytes a row: 4 bytes remain
     QTest::newRow("one row more") << 4 << 22369622 << false;
-    QTest::newRow("padding counts") << 1 << 67108865 << false;              // 3 bytes a row would fit
+    QTest::newRow("padding counts") << 1 << 67108865 << false; // 3 bytes a row would fit
     QTest::newRow("padding counts, the last that fits") << 1 << 67108864 << true;
     QTest::newRow("zero width") << 0 << 10 << false;
     QTest::newRow("zero height") << 10 << 0 << false;

@@ -8,8 +8,7 @@
 #include <QGraphicsScene>
 #include <QPainter>
 
-namespace
-{
+namespace {
 
 QImage transparentImage(int width, int height)
 {

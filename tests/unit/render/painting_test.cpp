@@ -11,8 +11,7 @@
 
 #include <utility>
 
-namespace
-{
+namespace {
 
 QImage filled(int width, int height, QRgb colour)
 {

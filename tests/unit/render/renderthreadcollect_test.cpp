@@ -10,8 +10,7 @@
 #include <QMutexLocker>
 #include <QPainter>
 
-namespace
-{
+namespace {
 
 const QRgb kKey = qRgb(92, 238, 20);
 const QRgb kGrey = qRgb(100, 110, 120);

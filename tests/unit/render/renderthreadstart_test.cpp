@@ -13,8 +13,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 void start(COv3DObject* item, const QString& modelPath)
 {

@@ -13,8 +13,7 @@
 #include <memory>
 #include <thread>
 
-namespace
-{
+namespace {
 
 constexpr qint64 kStopGraceMs = 300;
 constexpr qint64 kWaitAfterLoadMs = 6000;

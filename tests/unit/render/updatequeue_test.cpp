@@ -10,8 +10,7 @@
 #include <cstring>
 #include <thread>
 
-namespace
-{
+namespace {
 
 QByteArray listBegin(const ViewContext& context, int count)
 {
@@ -171,9 +170,7 @@ void UpdateQueueTest::viewMutexIsHeldDuringTheCallAndFreeAfterIt()
     COv3DObject* item = fixture.createItem();
     ItemFixture::makeReady(item);
     bool wasFree = true;
-    fixture.viewer.setOnCall([&](ViewContext&) {
-        std::thread([&] { wasFree = item->m_viewMutex.tryLock(); }).join();
-    });
+    fixture.viewer.setOnCall([&](ViewContext&) { std::thread([&] { wasFree = item->m_viewMutex.tryLock(); }).join(); });
     item->update_view(&item->m_context);
     fixture.viewer.setOnCall(nullptr);
     QVERIFY(!wasFree);

@@ -8,8 +8,7 @@
 #include <atomic>
 #include <thread>
 
-namespace
-{
+namespace {
 
 bool isFree(QMutex& mutex)
 {
