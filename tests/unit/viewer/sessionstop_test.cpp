@@ -7,6 +7,8 @@
 #include <QApplication>
 #include <QFile>
 #include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
 
 #include <signal.h>
 
@@ -171,7 +173,11 @@ private Q_SLOTS:
     {
         // A child of the fork kind would not have the session's thread; run ourselves with a word that tells us to
         // leave a session alive at the end of main.
+        QTemporaryDir folder; // what it leaves behind goes with this
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TMPDIR"), folder.path());
         QProcess process;
+        process.setProcessEnvironment(environment);
         process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--leave-sessions-alive")});
         QVERIFY(process.waitForFinished(20000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
