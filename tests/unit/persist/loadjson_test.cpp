@@ -122,14 +122,23 @@ private Q_SLOTS:
 
     void rectangleIsAnnouncedBeforeTheModelIsLoaded()
     {
-        QPointF position;
-        m_item->onLoad = [&] { position = m_item->QGraphicsItem::pos(); };
+        int rects = 0;
+        int rectsAtLoad = 0;
+        QObject receiver;
+        QObject::connect(CObjectNotifier::GetInstance(), &CObjectNotifier::objRectChanged, &receiver,
+                         [&](COVRootObject* item, const QRectF& rect) {
+                             if (item == m_item && rect == QRectF(11, 12, 13, 14))
+                                 ++rects;
+                         });
+        m_item->onLoad = [&] {
+            ItemFixture::deliverPosted();
+            rectsAtLoad = rects;
+        };
         QJsonObject object{{QStringLiteral("obj_rect"), QJsonArray{11, 12, 13, 14}}};
         m_item->loadJson(object);
-        QCOMPARE(m_item->getObjRect(), QRectF(11, 12, 13, 14));
-        QCOMPARE(m_item->loads.size(), 1);
-        const QPointF atEnd = m_item->QGraphicsItem::pos();
-        QCOMPARE(position, atEnd);
+        ItemFixture::deliverPosted();
+        QCOMPARE(rectsAtLoad, 1);
+        QCOMPARE(rects, 1);
     }
 
     void failedLoadIsStillASuccess()
