@@ -189,10 +189,10 @@ void CDrawByOpenGL::startViewer()
             const char* arguments[] = {"./", nullptr};
             viewer(1, arguments, context);
         }).detach();
+        test(idText(m_item->m_context) + " RunViewer detached \n");
     } catch (const std::system_error&) {
         // No thread to be had: like a viewer that never draws.
     }
-    test(idText(m_item->m_context) + " RunViewer detached \n");
 }
 
 bool CDrawByOpenGL::waitForFirstDraw()
@@ -233,19 +233,20 @@ void CDrawByOpenGL::collectFrames()
             m_item->forcedraw();
             test("loop for first_draw sucess \n");
         }
-        if (drawing && loadAcquire(m_item->m_context.frame_width) != kNoFrame)
-            takeFrame();
+        const int width = loadAcquire(m_item->m_context.frame_width);
+        if (drawing && width != kNoFrame)
+            takeFrame(width);
         nap(kCollectIntervalMs);
     }
 }
 
-void CDrawByOpenGL::takeFrame()
+void CDrawByOpenGL::takeFrame(int width)
 {
     ViewContext& context = m_item->m_context;
     if (!m_firstFrame)
         test(idText(context) + " first_draw sucess \n");
 
-    const bool published = publishFrame(loadAcquire(context.frame_width), context.frame_height);
+    const bool published = publishFrame(width, context.frame_height);
     if (!published)
         storeRelease(context.frame_width, kNoFrame);
     // Also after a frame that could not be used, so that a load does not wait for ever.

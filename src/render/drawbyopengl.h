@@ -55,7 +55,7 @@ private:
     [[nodiscard]] bool settle();
     void logCameraMatrix();
     void collectFrames();
-    void takeFrame();
+    void takeFrame(int width);
     bool publishFrame(int width, int height);
     void nap(unsigned long milliseconds);
 
