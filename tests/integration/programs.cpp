@@ -24,6 +24,7 @@ private Q_SLOTS:
     void longPathsWork();
     void exitCodeTellsWhatWentWrong_data();
     void exitCodeTellsWhatWentWrong();
+    void gesturesChangeThePictureAndUndoBringsTheSameBytesBack();
     void usersFolderIsLeftAlone();
 
 private:
@@ -200,6 +201,29 @@ void Programs::exitCodeTellsWhatWentWrong()
         QCOMPARE((run.errors + run.output).trimmed().count('\n'), 0);
     if (exitCode == 1)
         QVERIFY(opaqueShare(QImage(picturePath())) > 0.05);
+}
+
+void Programs::gesturesChangeThePictureAndUndoBringsTheSameBytesBack()
+{
+    const QString model = sample(QStringLiteral("sample.glb"));
+    const auto bytesAfter = [&](const QStringList& gestures) {
+        QStringList options;
+        for (const QString& gesture : gestures)
+            options << QStringLiteral("--gesture") << gesture;
+        QFile file(picturePath());
+        return render(model, options).exitCode == 0 && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QString drag = QStringLiteral("drag:400,400-700,500");
+    const QString wheel = QStringLiteral("wheel:1@640,480");
+    const QString undo = QStringLiteral("undo");
+
+    const QByteArray still = bytesAfter({});
+    const QByteArray dragged = bytesAfter({drag});
+    QVERIFY(!still.isEmpty() && !dragged.isEmpty());
+    QVERIFY(dragged != still);
+    QCOMPARE(bytesAfter({drag, wheel, undo}), dragged);
+    QCOMPARE(bytesAfter({drag, wheel, undo, undo}), still);
+    QCOMPARE(bytesAfter({drag, wheel, undo, undo, QStringLiteral("redo")}), dragged);
 }
 
 void Programs::usersFolderIsLeftAlone()
