@@ -90,8 +90,15 @@ QPointF RealItem::grip() const
     return best;
 }
 
+/// The signal of a frame may come just after the frame counts as taken.
+void RealItem::waitForHitShape(QPointF at)
+{
+    TestBase::waitFor([&] { return m_item->shape().contains(at); });
+}
+
 void RealItem::press(QPointF at, Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
 {
+    waitForHitShape(at);
     m_pressedAt = m_last = at;
     m_button = button;
     m_modifiers = modifiers;
@@ -126,6 +133,7 @@ void RealItem::send(QEvent::Type type, QPointF at, Qt::MouseButton button)
 
 void RealItem::turnWheel(QPointF at, int delta, Qt::KeyboardModifiers modifiers)
 {
+    waitForHitShape(at);
     QGraphicsSceneWheelEvent event(QEvent::GraphicsSceneWheel);
     event.setScenePos(at);
     event.setScreenPos(at.toPoint());

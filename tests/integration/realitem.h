@@ -48,6 +48,7 @@ public:
 private:
     void send(QEvent::Type type, QPointF at, Qt::MouseButton button);
     void paintPage();
+    void waitForHitShape(QPointF at);
 
     QTemporaryDir m_folder;
     QString m_previousFolder;
