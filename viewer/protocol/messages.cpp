@@ -62,7 +62,7 @@ void status(Decoder& codec, OV3DOBJECT::SceneStatus& value)
 template <typename Codec, typename Message>
 void fields(Codec& codec, Message& m) requires std::is_same_v<std::remove_const_t<Message>, RenderRequest>
 {
-    each(codec, m.serial, m.width, m.height);
+    each(codec, m.serial, m.width, m.height, m.tile.left, m.tile.top, m.tile.whole_width, m.tile.whole_height);
     quality(codec, m.quality);
     status(codec, m.status);
     fields(codec, m.settings);

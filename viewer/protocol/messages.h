@@ -65,12 +65,24 @@ struct RenderSettings
     friend bool operator==(const RenderSettings&, const RenderSettings&) = default;
 };
 
+/// The part of a larger picture that one request draws; all zero when the request draws the whole picture.
+struct Tile
+{
+    std::int32_t left = 0; ///< pixels from the whole picture's left edge
+    std::int32_t top = 0;
+    std::int32_t whole_width = 0;
+    std::int32_t whole_height = 0;
+
+    friend bool operator==(const Tile&, const Tile&) = default;
+};
+
 /// Draw the loaded model. Answered by one Rendered or Failed.
 struct RenderRequest
 {
     std::uint64_t serial = 0; ///< repeated in the answer
     std::int32_t width = 0;   ///< pixels; the padded picture fits into the frame memory
     std::int32_t height = 0;
+    Tile tile;
     Quality quality = Quality::final;
     OV3DOBJECT::SceneStatus status{}; ///< the camera (viewer/camera/scenestatus.h)
     RenderSettings settings;

@@ -22,6 +22,7 @@ RenderRequest sampleRender()
     request.serial = 0x1122334455667788;
     request.width = 1281;
     request.height = 961;
+    request.tile = {1280, 960, 4096, 3072};
     request.quality = Quality::draft;
     for (int i = 0; i < 16; ++i)
         request.status.camera_to_world[i] = 0.1 * i;
@@ -84,6 +85,7 @@ private Q_SLOTS:
         QCOMPARE(render.serial, expected.serial);
         QCOMPARE(render.width, expected.width);
         QCOMPARE(render.height, expected.height);
+        QCOMPARE(render.tile, expected.tile);
         QVERIFY(render.quality == Quality::draft);
         QCOMPARE(std::memcmp(&render.status, &expected.status, sizeof expected.status), 0);
         QVERIFY(render.settings == expected.settings);
