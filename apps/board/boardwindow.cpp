@@ -42,7 +42,8 @@ BoardWindow::BoardWindow(const Services& services)
     , m_page(m_document.addPage(kPageSize))
 {
     m_services.framework.setCurrentDocument(&m_document);
-    m_view = new PageView(*m_page, this);
+    m_view = new PageView(this);
+    m_view->setPage(m_page);
     setCentralWidget(m_view);
     m_status = new QLabel(this);
     m_status->setObjectName(QStringLiteral("statusText"));

@@ -24,9 +24,8 @@ const QColor kDotColour(206, 212, 222);
 
 } // namespace
 
-PageView::PageView(COvPage& page, QWidget* parent)
-    : QGraphicsView(page.scene(), parent)
-    , m_page(page)
+PageView::PageView(QWidget* parent)
+    : QGraphicsView(parent)
 {
     // The plug-in knows the page's main view by this name.
     setObjectName(QStringLiteral("mainGraphicsView"));
@@ -37,14 +36,35 @@ PageView::PageView(COvPage& page, QWidget* parent)
     setMouseTracking(true);
     // The frame lies outside of the item's own area.
     setViewportUpdateMode(QGraphicsView::FullViewportUpdate);
-    connect(page.scene(), &QGraphicsScene::selectionChanged, viewport(), qOverload<>(&QWidget::update));
     m_moveTimer.setSingleShot(true);
     connect(&m_moveTimer, &QTimer::timeout, this, &PageView::deliverMove);
 }
 
+void PageView::setPage(COvPage* page)
+{
+    if (m_page)
+        disconnect(m_page->scene(), nullptr, viewport(), nullptr);
+    forgetGesture();
+    m_page = page;
+    setScene(page ? page->scene() : nullptr);
+    if (page)
+        connect(page->scene(), &QGraphicsScene::selectionChanged, viewport(), qOverload<>(&QWidget::update));
+    fitPage();
+}
+
+void PageView::forgetGesture()
+{
+    m_moveTimer.stop();
+    m_waitingMove.reset();
+    m_draggedPart = FramePart::none;
+    m_gesture.clear();
+}
+
 CBaseObject* PageView::selectedItem() const
 {
-    const QList<QGraphicsItem*> selected = m_page.scene()->selectedItems();
+    if (!m_page)
+        return nullptr;
+    const QList<QGraphicsItem*> selected = m_page->scene()->selectedItems();
     return selected.size() == 1 ? dynamic_cast<CBaseObject*>(selected.first()) : nullptr;
 }
 
@@ -68,7 +88,7 @@ void PageView::mousePressEvent(QMouseEvent* event)
         return;
     }
     QGraphicsView::mousePressEvent(event);
-    if (m_page.scene()->mouseGrabberItem() && selectedItem()) {
+    if (m_page && m_page->scene()->mouseGrabberItem() && selectedItem()) {
         m_gesture = dragName(event->button(), event->modifiers());
         Q_EMIT gestureStarted(m_gesture);
     }
@@ -155,16 +175,25 @@ void PageView::endFrameDrag()
 void PageView::resizeEvent(QResizeEvent* event)
 {
     QGraphicsView::resizeEvent(event);
-    const double scale = qMin((width() - 2 * kMarginPixels) / m_page.size().width(),
-                              (height() - 2 * kMarginPixels) / m_page.size().height());
+    fitPage();
+}
+
+void PageView::fitPage()
+{
+    if (!m_page)
+        return;
+    const double scale = qMin((width() - 2 * kMarginPixels) / m_page->size().width(),
+                              (height() - 2 * kMarginPixels) / m_page->size().height());
     setTransform(QTransform::fromScale(qMax(scale, 0.01), qMax(scale, 0.01)));
-    centerOn(m_page.scene()->sceneRect().center());
+    centerOn(m_page->scene()->sceneRect().center());
 }
 
 void PageView::drawBackground(QPainter* painter, const QRectF& area)
 {
-    const QRectF page = m_page.scene()->sceneRect();
     painter->fillRect(area, kDeskColour);
+    if (!m_page)
+        return;
+    const QRectF page = m_page->scene()->sceneRect();
     painter->fillRect(page, Qt::white);
     // A pattern, so that one sees the page wherever a model does not cover it.
     painter->setPen(Qt::NoPen);

@@ -19,7 +19,10 @@ class PageView : public QGraphicsView
     Q_OBJECT
 
 public:
-    PageView(COvPage& page, QWidget* parent);
+    explicit PageView(QWidget* parent);
+
+    /// Shows another page, or none. A gesture that is under way ends.
+    void setPage(COvPage* page);
 
     /// The selected item; null unless exactly one is.
     [[nodiscard]] CBaseObject* selectedItem() const;
@@ -53,13 +56,16 @@ private:
     };
 
     void deliverMove();
+    void forgetGesture();
     [[nodiscard]] QRectF frameInView(const CBaseObject& item) const;
     [[nodiscard]] FramePart partAt(const QPoint& position) const;
     void beginFrameDrag(FramePart part, const QPoint& position);
     void continueFrameDrag(const QPoint& position);
     void endFrameDrag();
 
-    COvPage& m_page;
+    void fitPage();
+
+    COvPage* m_page = nullptr;
     FramePart m_draggedPart = FramePart::none;
     QPointF m_dragStart; ///< scene position
     QRectF m_frameBefore;

@@ -72,6 +72,7 @@ private Q_SLOTS:
     void pressOnTheItemBelongsToTheItem();
     void movesThatWaitAreMerged();
     void itemDoesNotOutgrowItsFirstFrameMemory();
+    void viewWithoutAPageTakesThePointer();
     void removedItemComesBackWithUndo();
     void itemThatNoCommandNeedsIsReleasedElsewhere();
 
@@ -98,7 +99,8 @@ void PageViewTest::init()
     applyFrame(*m_item, QRectF(200, 100, 400, 300));
     rememberFrameLimits(*m_item);
     m_page->addObject(m_item);
-    m_view = std::make_unique<PageView>(*m_page, nullptr);
+    m_view = std::make_unique<PageView>(nullptr);
+    m_view->setPage(m_page);
     m_view->resize(1024, 524);
     m_view->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
@@ -203,6 +205,16 @@ void PageViewTest::itemDoesNotOutgrowItsFirstFrameMemory()
     const QSizeF size = m_item->getSize();
     QVERIFY(size.width() * size.height() > 400 * 300 * 2);
     QVERIFY(size.width() * size.height() * 3 <= 400 * 300 * 8);
+}
+
+void PageViewTest::viewWithoutAPageTakesThePointer()
+{
+    QTest::mousePress(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, at(200, 200));
+    m_view->setPage(nullptr);
+    QTest::mouseMove(m_view->viewport(), QPoint(30, 30));
+    QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(30, 30));
+    QVERIFY(!m_view->grab().isNull());
+    QCOMPARE(m_view->selectedItem(), static_cast<CBaseObject*>(nullptr));
 }
 
 void PageViewTest::removedItemComesBackWithUndo()
