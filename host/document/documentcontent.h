@@ -12,12 +12,14 @@
 /// One item of a page.
 struct OvDocumentItem
 {
-    QJsonObject entries;    ///< what the item's own saveJson wrote; handed to its loadJson. Empty for an item that has none
-    QJsonObject parameters; ///< the whole parameter record (docs/document-format.md), keys unknown to the record included
-    QString model;          ///< the model file, relative to the document's working folder, "/" between; may be empty
-    QStringList files;      ///< every file that insertion brought, the model included; relative to the working folder
-    QJsonObject host;       ///< what the host itself keeps of the item: type, lock, user's environment picture, ...
-    QJsonObject unknown;    ///< keys that a newer program wrote; written back as they are
+    QJsonObject
+        entries; ///< what the item's own saveJson wrote; handed to its loadJson. Empty for an item that has none
+    QJsonObject
+        parameters;      ///< the whole parameter record (docs/document-format.md), keys unknown to the record included
+    QString model;       ///< the model file, relative to the document's working folder, "/" between; may be empty
+    QStringList files;   ///< every file that insertion brought, the model included; relative to the working folder
+    QJsonObject host;    ///< what the host itself keeps of the item: type, lock, user's environment picture, ...
+    QJsonObject unknown; ///< keys that a newer program wrote; written back as they are
 };
 
 struct OvDocumentPage

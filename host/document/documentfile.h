@@ -29,10 +29,12 @@ public:
     [[nodiscard]] virtual bool isReadOnly() const = 0;
     [[nodiscard]] virtual QString readOnlyReason() const = 0; ///< in words, for the window's title or a message
     [[nodiscard]] virtual const OvDocumentContent& content() const = 0; ///< as opened or last saved
-    [[nodiscard]] virtual QStringList warnings() const = 0; ///< of open(): resources that are missing, one line each
+    [[nodiscard]] virtual QStringList warnings() const = 0; ///< of open(): missing and damaged resources, a line each
 
     /// Packs the files that `content` names out of the working folder and replaces `path` in one step; the old file is
     /// whole until then and after any failure. Saving to another path moves the lock there.
+    /// Named files that are absent are left out. A read-only document can only be saved under another name, and is not
+    /// read-only afterwards. Of an item with several saves in its entries the newest is kept.
     /// @return false with `error` naming the file and the reason; nothing has changed then.
     virtual bool save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error) = 0;
 

@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QMutexLocker>
+#include <QSet>
 
 #include <algorithm>
 
@@ -17,6 +19,12 @@ constexpr QLatin1String kGroupKey("group");
 constexpr QLatin1String kDirectoryKey("directory");
 constexpr QLatin1String kFileKey("file");
 constexpr QLatin1String kStoredKey("stored");
+constexpr QLatin1String kSavesKey("3D_OBJECT_KEY");
+constexpr QLatin1String kResources("resources");
+
+/// No file system takes longer paths. What is longer is no path: a model's text may hold its data where a file's name
+/// is expected, megabytes of it.
+constexpr int kMaxPathLength = 4096;
 
 bool isGroupName(const QString& name)
 {
@@ -35,6 +43,20 @@ QString folderName(const QString& name)
 bool isInside(const QString& path, const QString& folder)
 {
     return path.startsWith(folder + QLatin1Char('/'));
+}
+
+QJsonObject entryFor(const QString& key, const QString& group, const QString& directory, const QString& file,
+                     bool stored)
+{
+    return {{kKeyKey, key}, {kGroupKey, group}, {kDirectoryKey, directory}, {kFileKey, file}, {kStoredKey, stored}};
+}
+
+// An item knows its preview picture by the name of the folder that it lies in.
+bool isPreviewOfAnotherFolder(const QString& source, const QString& directory)
+{
+    const QFileInfo file(source);
+    return !directory.isEmpty() && file.fileName() == directory + QLatin1String("_3dpreview.png") &&
+           file.absoluteDir().dirName() != directory;
 }
 
 } // namespace
@@ -87,11 +109,13 @@ void COvDocument::removePage(int index)
 
 QString COvDocument::lastError() const
 {
+    const QMutexLocker lock(&m_filesMutex);
     return m_lastError;
 }
 
 void COvDocument::transferResourceFile(QJsonArray& entries, QString& path, QString key, bool store, QString& dirName)
 {
+    const QMutexLocker lock(&m_filesMutex);
     m_lastError.clear();
     if (store)
         storeFile(entries, path, key, dirName);
@@ -99,10 +123,94 @@ void COvDocument::transferResourceFile(QJsonArray& entries, QString& path, QStri
         restoreFile(entries, path, dirName);
 }
 
+QString COvDocument::makeFolder()
+{
+    const QMutexLocker lock(&m_filesMutex);
+    const QString number = takeNumber();
+    return number.isEmpty() ? QString() : folderOf(number, QString());
+}
+
+QJsonObject COvDocument::entryOf(const QString& path, const QString& key) const
+{
+    Place place;
+    if (!placeOf(path, place))
+        return {};
+    return entryFor(key, place.group, place.directory, place.file, QFileInfo(path).isFile());
+}
+
+QString COvDocument::fileOfEntry(const QJsonValue& entry)
+{
+    const QJsonObject object = entry.toObject();
+    const QString group = object.value(kGroupKey).toString();
+    const QString directory = object.value(kDirectoryKey).toString();
+    const QString file = object.value(kFileKey).toString();
+    if (!isGroupName(group) || folderName(directory) != directory || file.isEmpty() || file.contains(QChar(0)))
+        return {};
+    const QString folder =
+        kResources + QLatin1Char('/') + group + (directory.isEmpty() ? QString() : QLatin1Char('/') + directory);
+    const QString path = QDir::cleanPath(folder + QLatin1Char('/') + file);
+    return isInside(path, folder) ? path : QString();
+}
+
+void COvDocument::keepNewestSave(QJsonObject& savedItem)
+{
+    const QJsonArray saves = savedItem.value(kSavesKey).toArray();
+    if (saves.size() < 2)
+        return;
+    QJsonArray newest;
+    newest.append(saves.last());
+    savedItem.insert(kSavesKey, newest);
+}
+
+int COvDocument::removeUnusedFolders(const QStringList& used)
+{
+    const QMutexLocker lock(&m_filesMutex);
+    const QDir resources(m_root + QLatin1Char('/') + kResources);
+    QSet<QString> keep;
+    for (const QString& path : used) {
+        Place place;
+        if (placeOf(QDir(m_root).absoluteFilePath(path), place))
+            keep.insert(place.group);
+    }
+    int removed = 0;
+    for (const QString& name : resources.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (!isGroupName(name) || keep.contains(name))
+            continue;
+        const QString folder = resources.filePath(name);
+        removed += QDir(folder).removeRecursively() ? 1 : 0;
+        for (auto it = m_sourceFolders.begin(); it != m_sourceFolders.end();)
+            it = it.key() == folder || isInside(it.key(), folder) ? m_sourceFolders.erase(it) : std::next(it);
+    }
+    return removed;
+}
+
 QString COvDocument::folderOf(const QString& group, const QString& dirName) const
 {
-    const QString folder = m_root + QLatin1String("/resources/") + group;
+    const QString folder = m_root + QLatin1Char('/') + kResources + QLatin1Char('/') + group;
     return dirName.isEmpty() ? folder : folder + QLatin1Char('/') + dirName;
+}
+
+// Where a path inside a numbered folder lies, whether or not there is such a file; also one that goes through a link to
+// the document's folder, which hosts make where the path would be too long for the viewer.
+bool COvDocument::placeOf(const QString& path, Place& place) const
+{
+    const QString resources = m_root + QLatin1Char('/') + kResources;
+    QString source = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    QString base = resources;
+    if (!isInside(source, base)) {
+        const QFileInfo file(source);
+        base = QDir(resources).canonicalPath();
+        source = QFileInfo(file.absolutePath()).canonicalFilePath() + QLatin1Char('/') + file.fileName();
+        if (base.isEmpty() || !isInside(source, base))
+            return false;
+    }
+    QStringList parts = source.mid(base.size() + 1).split(QLatin1Char('/'));
+    if (parts.size() < 2 || !isGroupName(parts.first()))
+        return false;
+    place.group = parts.takeFirst();
+    place.directory = parts.size() > 1 ? parts.takeFirst() : QString();
+    place.file = parts.join(QLatin1Char('/'));
+    return true;
 }
 
 // The number of the save that `entries` belongs to. The caller's array is the only thing that tells one item's save
@@ -112,44 +220,65 @@ QString COvDocument::groupOf(const QJsonArray& entries)
     const QString known = entries.isEmpty() ? QString() : entries.last().toObject().value(kGroupKey).toString();
     if (isGroupName(known))
         return known;
-    QDir resources(m_root + QLatin1String("/resources"));
+    const QString number = takeNumber();
+    return number.isEmpty() ? QStringLiteral("0") : number;
+}
+
+/// @return empty when no folder can be made.
+QString COvDocument::takeNumber()
+{
+    QDir resources(m_root + QLatin1Char('/') + kResources);
     if (!resources.mkpath(QStringLiteral(".")))
-        return QStringLiteral("0");
+        return {};
     for (int number = 1;; ++number) {
         const QString name = QString::number(number);
         if (resources.exists(name))
             continue;
-        return resources.mkdir(name) ? name : QStringLiteral("0");
+        return resources.mkdir(name) ? name : QString();
     }
 }
 
 void COvDocument::storeFile(QJsonArray& entries, const QString& path, const QString& key, const QString& dirName)
 {
-    const QString group = groupOf(entries);
     const QString directory = folderName(dirName);
-    const QString folder = folderOf(group, directory);
-    const QString source = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    const bool isFolder = path.isEmpty() || path.endsWith(QLatin1Char('/')) || QFileInfo(source).isDir();
-
-    QString file;
-    bool stored = false;
-    if (isFolder) {
-        m_lastError = tr("\"%1\" is no file").arg(path);
-    } else {
-        auto base = m_sourceFolders.find(folder);
-        if (base == m_sourceFolders.end())
-            base = m_sourceFolders.insert(folder, QFileInfo(source).absolutePath());
-        file = QDir(*base).relativeFilePath(source);
-        const bool outside = file.startsWith(QLatin1String("../")) || QDir::isAbsolutePath(file);
-        if (outside)
-            file = QFileInfo(source).fileName();
-        stored = copyFile(source, folder + QLatin1Char('/') + file, !outside);
+    const bool isTooLong = path.size() > kMaxPathLength;
+    const QString source = isTooLong ? QString() : QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    if (isTooLong || path.isEmpty() || path.endsWith(QLatin1Char('/')) || QFileInfo(source).isDir()) {
+        m_lastError =
+            isTooLong ? tr("\"%1...\" is longer than any path").arg(path.left(80)) : tr("\"%1\" is no file").arg(path);
+        entries.append(entryFor(key, groupOf(entries), directory, QString(), false));
+        return;
     }
-    entries.append(QJsonObject{
-        {kKeyKey, key}, {kGroupKey, group}, {kDirectoryKey, directory}, {kFileKey, file}, {kStoredKey, stored}});
+    Place place;
+    if (!placeOf(source, place) || isPreviewOfAnotherFolder(source, directory)) {
+        storeCopy(entries, source, key, directory);
+        return;
+    }
+    const bool exists = QFileInfo(source).isFile();
+    if (!exists)
+        m_lastError = tr("there is no file \"%1\"").arg(source);
+    const QString folder = folderOf(place.group, directory);
+    if (!m_sourceFolders.contains(folder))
+        m_sourceFolders.insert(folder, QFileInfo(source).absolutePath());
+    entries.append(entryFor(key, place.group, place.directory, place.file, exists));
 }
 
-// A file from outside the model's folder never takes the place of one from inside.
+void COvDocument::storeCopy(QJsonArray& entries, const QString& source, const QString& key, const QString& directory)
+{
+    const QString group = groupOf(entries);
+    const QString folder = folderOf(group, directory);
+    auto base = m_sourceFolders.find(folder);
+    if (base == m_sourceFolders.end())
+        base = m_sourceFolders.insert(folder, QFileInfo(source).absolutePath());
+    QString file = QDir(*base).relativeFilePath(source);
+    const bool outside = file.startsWith(QLatin1String("../")) || QDir::isAbsolutePath(file);
+    if (outside)
+        file = QFileInfo(source).fileName();
+    // A file from outside the model's folder never takes the place of one from inside.
+    const bool stored = copyFile(source, folder + QLatin1Char('/') + file, !outside);
+    entries.append(entryFor(key, group, directory, file, stored));
+}
+
 bool COvDocument::copyFile(const QString& source, const QString& target, bool replace)
 {
     if (!QFileInfo(source).isFile()) {
@@ -176,22 +305,19 @@ bool COvDocument::copyFile(const QString& source, const QString& target, bool re
 void COvDocument::restoreFile(const QJsonArray& entries, QString& path, QString& dirName)
 {
     const QJsonObject entry = entries.isEmpty() ? QJsonObject() : entries.first().toObject();
-    const QString group = entry.value(kGroupKey).toString();
-    const QString directory = entry.value(kDirectoryKey).toString();
-    const QString file = entry.value(kFileKey).toString();
-    if (!isGroupName(group) || folderName(directory) != directory || file.isEmpty()) {
+    const QString file = fileOfEntry(entry);
+    if (file.isEmpty()) {
         m_lastError = tr("the entry names no file of this document");
         return;
     }
-    const QString folder = folderOf(group, directory);
-    const QString restored = QDir::cleanPath(folder + QLatin1Char('/') + file);
+    const QString restored = m_root + QLatin1Char('/') + file;
     const QString real = QFileInfo(restored).canonicalFilePath();
-    if (!isInside(restored, folder) || (!real.isEmpty() && !isInside(real, QDir(m_root).canonicalPath()))) {
+    if (!real.isEmpty() && !isInside(real, QDir(m_root).canonicalPath())) {
         m_lastError = tr("the entry leads out of the document: \"%1\"").arg(file);
         return;
     }
     if (real.isEmpty())
         m_lastError = tr("the document lacks the file \"%1\"").arg(restored);
     path = restored;
-    dirName = directory;
+    dirName = entry.value(kDirectoryKey).toString();
 }

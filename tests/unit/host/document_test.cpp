@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
@@ -185,17 +186,244 @@ private Q_SLOTS:
         QVERIFY(QFile::permissions(restore(0)) & QFile::WriteOwner);
     }
 
-    void restoredModelCanBeStoredAgain()
+    void fileOfTheDocumentStaysWhereItIs()
+    {
+        const QString folder = m_document->makeFolder();
+        QCOMPARE(folder, m_document->root() + "/resources/1");
+        writeFile(folder + "/chair/chair.obj", "model");
+        writeFile(folder + "/chair/maps/oak.png", "oak");
+        for (int save = 0; save < 3; ++save) {
+            m_entries = QJsonArray();
+            storePath(folder + "/chair/chair.obj", "chair");
+            storePath(folder + "/chair/maps/oak.png", "chair");
+            QCOMPARE(restore(0), folder + "/chair/chair.obj");
+            QCOMPARE(restore(1), folder + "/chair/maps/oak.png");
+        }
+        QCOMPARE(QDir(m_document->root() + "/resources").entryList(QDir::Dirs | QDir::NoDotAndDotDot),
+                 QStringList{"1"});
+    }
+
+    void restoredModelIsStoredAgainInItsPlace()
     {
         writeFile(m_source + "/chair.obj", "model");
         store("/chair.obj", "chair");
-        QString path = restore(0);
-        QString directory = QStringLiteral("chair");
-        QJsonArray again;
-        m_document->transferResourceFile(again, path, QStringLiteral("3D_OBJECT_KEY"), true, directory);
-        m_entries = again;
-        QCOMPARE(contentOf(restore(0)), QByteArray("model"));
-        QCOMPARE(restore(0), m_document->root() + "/resources/2/chair/chair.obj");
+        const QString path = restore(0);
+        m_entries = QJsonArray();
+        storePath(path, "chair");
+        QCOMPARE(restore(0), path);
+        QCOMPARE(contentOf(path), QByteArray("model"));
+    }
+
+    void fileOfTheDocumentIsKnownThroughALink()
+    {
+        const QString folder = m_document->makeFolder();
+        writeFile(folder + "/chair/chair.obj", "model");
+        QVERIFY(QFile::link(folder + "/chair", m_folder->path() + "/short"));
+        storePath(m_folder->path() + "/short/chair.obj", "chair");
+        storePath(m_folder->path() + "/short/gone.png", "chair");
+        QCOMPARE(restore(0), folder + "/chair/chair.obj");
+        QCOMPARE(restore(1), folder + "/chair/gone.png");
+    }
+
+    void absentFileOfTheDocumentStillGetsItsEntry()
+    {
+        const QString folder = m_document->makeFolder();
+        storePath(folder + "/chair/gone.png", "chair");
+        QVERIFY(m_document->lastError().contains("gone.png"));
+        QCOMPARE(m_entries.first().toObject().value("stored"), QJsonValue(false));
+        QCOMPARE(restore(0), folder + "/chair/gone.png");
+    }
+
+    void previewLandsInAFolderOfItsDirectoryName()
+    {
+        // The second of two models of one name: its directory name is none of its folder's.
+        const QString folder = m_document->makeFolder();
+        writeFile(folder + "/chair/chair.obj", "model");
+        writeFile(folder + "/chair/chair0_3dpreview.png", "first");
+        writeFile(folder + "/chair/chair0_view.json", "{}");
+        storePath(folder + "/chair/chair.obj", "chair0");
+        storePath(folder + "/chair/chair0_3dpreview.png", "chair0");
+        storePath(folder + "/chair/chair0_view.json", "chair0");
+        QCOMPARE(restore(0), folder + "/chair/chair.obj");
+        QCOMPARE(restore(1), folder + "/chair0/chair0_3dpreview.png");
+        QCOMPARE(restore(2), folder + "/chair/chair0_view.json");
+
+        writeFile(folder + "/chair/chair0_3dpreview.png", "second");
+        m_entries = QJsonArray();
+        storePath(folder + "/chair/chair.obj", "chair0");
+        storePath(folder + "/chair/chair0_3dpreview.png", "chair0");
+        QCOMPARE(contentOf(restore(1)), QByteArray("second"));
+    }
+
+    void fileFromOutsideJoinsTheDocumentsFiles()
+    {
+        const QString folder = m_document->makeFolder();
+        writeFile(folder + "/chair/chair.obj", "model");
+        writeFile(folder + "/chair/oak.png", "inside");
+        writeFile(m_source + "/oak.png", "outside");
+        writeFile(m_source + "/pine.png", "pine");
+        storePath(folder + "/chair/chair.obj", "chair");
+        store("/oak.png", "chair");
+        store("/pine.png", "chair");
+        QCOMPARE(contentOf(restore(1)), QByteArray("inside"));
+        QCOMPARE(restore(2), folder + "/chair/pine.png");
+        QCOMPARE(contentOf(restore(2)), QByteArray("pine"));
+    }
+
+    void texturesOfOneNameInTwoFoldersStayApart_data()
+    {
+        QTest::addColumn<bool>("inside");
+        QTest::newRow("copied into the document") << false;
+        QTest::newRow("in the document already") << true;
+    }
+
+    void texturesOfOneNameInTwoFoldersStayApart()
+    {
+        QFETCH(bool, inside);
+        const QString folder = inside ? m_document->makeFolder() + "/chair" : m_source;
+        writeFile(folder + "/chair.obj", "model");
+        writeFile(folder + "/legs/wood.png", "dark");
+        writeFile(folder + "/seat/wood.png", "bright");
+        storePath(folder + "/chair.obj", "chair");
+        storePath(folder + "/legs/wood.png", "chair");
+        storePath(folder + "/seat/wood.png", "chair");
+        QCOMPARE(contentOf(restore(1)), QByteArray("dark"));
+        QCOMPARE(contentOf(restore(2)), QByteArray("bright"));
+    }
+
+    void modelsOfEqualNamesStayApart()
+    {
+        // Directory names of two items may be equal: a repeated "chair" gets the name that the third has by itself.
+        const QStringList directories{"chair", "chair0", "chair0"};
+        QStringList restored;
+        for (int i = 0; i < 3; ++i) {
+            const QByteArray model = "model " + QByteArray::number(i);
+            const QString name = i < 2 ? "/chair.obj" : "/chair0.obj";
+            writeFile(m_source + QString::number(i) + name, model);
+            m_entries = QJsonArray();
+            storePath(m_source + QString::number(i) + name, directories[i]);
+            restored << restore(0);
+            QCOMPARE(contentOf(restore(0)), model);
+        }
+        QCOMPARE(restored.removeDuplicates(), 0);
+        QCOMPARE(contentOf(restored[1]), QByteArray("model 1"));
+    }
+
+    void oneModelOnFivePagesIsFiveModels()
+    {
+        writeFile(m_source + "/chair.glb", "model");
+        QStringList restored;
+        for (int i = 0; i < 5; ++i) {
+            m_entries = QJsonArray();
+            store("/chair.glb", "chair");
+            restored << restore(0);
+        }
+        QCOMPARE(restored.removeDuplicates(), 0);
+        for (const QString& path : restored)
+            QCOMPARE(contentOf(path), QByteArray("model"));
+    }
+
+    void anyTextThatIsHandedOverAsAPathIsTaken_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("nothing") << "";
+        QTest::newRow("a data URI of megabytes")
+            << "/models/data:application/octet-stream;base64," + QString(5 * 1024 * 1024, QLatin1Char('A'));
+        QTest::newRow("many separators") << QString(1024 * 1024, QLatin1Char('/')) + "x";
+        QTest::newRow("a folder") << "/usr";
+        QTest::newRow("the root") << "/";
+    }
+
+    void anyTextThatIsHandedOverAsAPathIsTaken()
+    {
+        QFETCH(QString, path);
+        writeFile(m_source + "/scene.gltf", "model");
+        store("/scene.gltf", "scene");
+        storePath(path, "scene");
+        QCOMPARE(m_entries.size(), 2);
+        QVERIFY(!m_document->lastError().isEmpty());
+        QVERIFY(m_document->lastError().size() < 300);
+        QVERIFY(QJsonDocument(m_entries).toJson().size() < 1000);
+        QCOMPARE(restore(1, QStringLiteral("before")), QStringLiteral("before"));
+        store("/scene.gltf", "scene");
+        QCOMPARE(m_document->lastError(), QString());
+        QCOMPARE(restore(2), restore(0));
+    }
+
+    void shortDataUriIsAFileThatIsNotThere()
+    {
+        writeFile(m_source + "/scene.gltf", "model");
+        store("/scene.gltf", "scene");
+        store("/data:application/octet-stream;base64,AAAA", "scene");
+        QCOMPARE(m_entries.last().toObject().value("stored"), QJsonValue(false));
+        QVERIFY(!QFile::exists(restore(1)));
+    }
+
+    void entryOfAFileIsWhatStoringItMakes()
+    {
+        const QString folder = m_document->makeFolder();
+        writeFile(folder + "/lamp/lamp.3mf", "model");
+        writeFile(folder + "/plain.3mf", "model");
+        storePath(folder + "/lamp/lamp.3mf", "lamp");
+        QCOMPARE(m_document->entryOf(folder + "/lamp/lamp.3mf", "3D_OBJECT_KEY"), m_entries.first().toObject());
+        const QJsonObject plain = m_document->entryOf(folder + "/plain.3mf", "3D_OBJECT_KEY");
+        m_entries = QJsonArray{plain};
+        QCOMPARE(restore(0), folder + "/plain.3mf");
+        QVERIFY(m_document->entryOf(m_source + "/lamp.3mf", "3D_OBJECT_KEY").isEmpty());
+        QVERIFY(m_document->entryOf(m_document->root() + "/document.json", "3D_OBJECT_KEY").isEmpty());
+    }
+
+    void entryTellsItsFile()
+    {
+        const QString folder = m_document->makeFolder();
+        const QJsonObject entry = m_document->entryOf(folder + "/a/maps/b.png", "3D_OBJECT_KEY");
+        QCOMPARE(COvDocument::fileOfEntry(entry), QStringLiteral("resources/1/a/maps/b.png"));
+        QCOMPARE(COvDocument::fileOfEntry(QJsonObject{{"group", "1"}, {"directory", ".."}, {"file", "x"}}), QString());
+        QCOMPARE(COvDocument::fileOfEntry(QJsonObject{{"group", "1"}, {"directory", "a"}, {"file", "../../2/x"}}),
+                 QString());
+        QCOMPARE(COvDocument::fileOfEntry(7), QString());
+    }
+
+    void newestSaveIsTheOneThatIsKept()
+    {
+        QJsonArray saves;
+        saves.append(QJsonArray{"old"});
+        saves.append(QJsonArray{"older than the newest"});
+        saves.append(QJsonArray{"newest", "of two entries"});
+        QJsonArray newest;
+        newest.append(QJsonArray{"newest", "of two entries"});
+        QJsonObject item{{"3D_OBJECT_KEY", saves}, {"rect", 1}};
+        COvDocument::keepNewestSave(item);
+        QCOMPARE(item, (QJsonObject{{"3D_OBJECT_KEY", newest}, {"rect", 1}}));
+        COvDocument::keepNewestSave(item);
+        QCOMPARE(item.value("3D_OBJECT_KEY").toArray(), newest);
+        QJsonObject without{{"rect", 1}};
+        COvDocument::keepNewestSave(without);
+        QCOMPARE(without, (QJsonObject{{"rect", 1}}));
+    }
+
+    void foldersThatNothingUsesAreRemoved()
+    {
+        QStringList folders;
+        for (int i = 0; i < 4; ++i) {
+            folders << m_document->makeFolder();
+            writeFile(folders.last() + "/a/a.stl", "a");
+        }
+        writeFile(m_document->root() + "/resources/theme/x", "of nobody's save");
+        QCOMPARE(m_document->removeUnusedFolders({"resources/2/a/a.stl", folders[3] + "/a/gone.png"}), 2);
+        QVERIFY(!QFileInfo::exists(folders[0]));
+        QVERIFY(QFileInfo::exists(folders[1] + "/a/a.stl"));
+        QVERIFY(!QFileInfo::exists(folders[2]));
+        QVERIFY(QFileInfo::exists(folders[3] + "/a/a.stl"));
+        QVERIFY(QFileInfo::exists(m_document->root() + "/resources/theme/x"));
+        QCOMPARE(m_document->makeFolder(), folders[0]);
+    }
+
+    void folderThatCannotBeMadeIsEmpty()
+    {
+        writeFile(m_folder->path() + "/plainfile", "x");
+        COvDocument document(m_folder->path() + "/plainfile/document");
+        QCOMPARE(document.makeFolder(), QString());
     }
 
     void namesWithBlanksPercentSignsAndOtherScriptsWork()
@@ -305,9 +533,10 @@ private Q_SLOTS:
     }
 
 private:
-    void store(const QString& name, QString directory)
+    void store(const QString& name, const QString& directory) { storePath(m_source + name, directory); }
+
+    void storePath(QString path, QString directory)
     {
-        QString path = m_source + name;
         m_document->transferResourceFile(m_entries, path, QStringLiteral("3D_OBJECT_KEY"), true, directory);
     }
 

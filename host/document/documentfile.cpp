@@ -1,0 +1,30 @@
+#include "host/document/documentfile.h"
+
+#include "host/document/openeddocument.h"
+#include "host/document/workingfolder.h"
+
+using namespace ov3d::document;
+
+std::unique_ptr<COvDocumentFile> COvDocumentFile::create(QString& error)
+{
+    WorkingFolder::sweepAbandoned();
+    std::unique_ptr<WorkingFolder> folder = WorkingFolder::create(error);
+    return folder ? std::make_unique<OpenedDocument>(std::move(folder)) : nullptr;
+}
+
+std::unique_ptr<COvDocumentFile> COvDocumentFile::open(const QString& path, QString& error)
+{
+    WorkingFolder::sweepAbandoned();
+    std::unique_ptr<WorkingFolder> folder = WorkingFolder::create(error);
+    if (!folder)
+        return nullptr;
+    auto document = std::make_unique<OpenedDocument>(std::move(folder));
+    return document->read(path, error) ? std::move(document) : nullptr;
+}
+
+void COvDocumentFile::sweepAbandoned()
+{
+    WorkingFolder::sweepAbandoned();
+}
+
+COvDocumentFile::~COvDocumentFile() = default;
