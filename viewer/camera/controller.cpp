@@ -127,6 +127,8 @@ Outcome Controller::handle(const Request& request)
                 showHome();
         }
         const bool changed = applyViewType(request.view.view_type);
+        if (request.op == kOperationRedraw && changed && m_viewType == kViewTypeTurntable)
+            m_gesture.reset();
         outcome.deliver_at_rest = outcome.deliver_at_rest || changed;
         if (request.op == kOperationInput)
             handleMouse(request, outcome);
@@ -138,6 +140,42 @@ Outcome Controller::handle(const Request& request)
     outcome.moved = !sameBytes(before, m_status);
     outcome.gesture_running = m_gesture.has_value();
     return outcome;
+}
+
+// ---- commands ---------------------------------------------------------------------------------------------------
+
+void Controller::orbit(double azimuth, double elevation)
+{
+    if (!std::isfinite(azimuth) || !std::isfinite(elevation))
+        return;
+    // A drag to the right turns the model to the right, that is, the camera to the left.
+    const Movement movement{-std::fmod(azimuth, 360.0) / 360, elevation / 180};
+    const Pose from = poseFromStatus(m_status);
+    const Pose to = dragged(Gesture::orbit, from, movement, aspect(), m_model);
+    if (to != from)
+        setPose(to, false);
+}
+
+void Controller::zoomBy(double factor)
+{
+    if (!std::isfinite(factor) || factor <= 0)
+        return;
+    const Pose from = poseFromStatus(m_status);
+    const Pose to = scaled(from, factor, m_model);
+    if (to != from)
+        setPose(to, false);
+}
+
+void Controller::showView(std::int32_t viewType)
+{
+    if (const auto angles = anglesOfViewType(viewType))
+        showFitted(*angles);
+}
+
+void Controller::returnTo(const OV3DOBJECT::SceneStatus& status)
+{
+    if (hasUsableMatrix(status))
+        restore(status);
 }
 
 void Controller::resize(std::int32_t width, std::int32_t height)

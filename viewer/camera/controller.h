@@ -52,7 +52,8 @@ struct Outcome
 /// seen; a start with a saved status and kOperationRestore see them without acting. `reset_camera` acts in each
 /// kOperationRedraw that finds it set. A change of `sun_follow` or `sun_dir` takes the sun to `sun_dir`; a change of
 /// the field of view keeps the size of what lies in the plane through the focal point; a change of `camera_position`
-/// shifts the focal point.
+/// shifts the focal point. A kOperationRedraw that turns the turntable on ends a gesture: the settings are not at hand
+/// while a button is down, so its button-up was lost.
 ///
 /// kOperationApplyViewType. A host sends its mouse record along when it suspends the turntable for a gesture, and
 /// leaves an old record in place when it resumes it. So with this operation a button-down record is read unless
@@ -74,6 +75,26 @@ public:
     /// Takes over one request of a running viewer. Other operation codes than those of ViewOperation only let changed
     /// settings act; kOperationStart and kOperationStop do nothing.
     Outcome handle(const Request& request);
+
+    // What commands do beside the records of the hand. Each shows in status() at once; a running gesture and the
+    // turntable go on from the new view.
+
+    /// Turns the camera about the focal point, degrees: azimuth from +Z toward +X, elevation toward +Y up to where a
+    /// drag stops. What is not finite does nothing.
+    void orbit(double azimuth, double elevation);
+
+    /// Divides the distance (in parallel projection the picture's height): 2 shows the model twice as large, within the
+    /// limits of the wheel. What is not finite or not positive does nothing.
+    void zoomBy(double factor);
+
+    /// Shows the fitted view of a fixed view type, without taking it for the setting. Others do nothing.
+    void showView(std::int32_t viewType);
+
+    /// Shows the fitted view that a model is first shown in.
+    void showHome();
+
+    /// Takes over a status, to the bit. One without a usable matrix does nothing.
+    void returnTo(const OV3DOBJECT::SceneStatus& status);
 
     /// The picture's new size, in the pixels of the requests; the vertical field of view stays. A fitted view that no
     /// gesture has touched is fitted anew. Sizes that are not positive are ignored.
@@ -105,7 +126,6 @@ private:
 
     void restore(const OV3DOBJECT::SceneStatus& status);
     void showStartView();
-    void showHome();
     void showFitted(const Angles& angles);
     void fit(Pose& pose) const;
 

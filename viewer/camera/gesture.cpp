@@ -108,6 +108,11 @@ Pose zoomed(const Pose& from, double step, bool fine, PicturePoint pointer, doub
                     model);
 }
 
+Pose scaled(const Pose& from, double factor, const BoundingSphere& model)
+{
+    return zoomedTo(from, zoomDistance(from) / factor, from.focal_point, model);
+}
+
 Pose turned(const Pose& from, double angle, const BoundingSphere& model)
 {
     Pose pose = from;

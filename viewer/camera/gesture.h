@@ -36,6 +36,9 @@ struct Movement
 [[nodiscard]] Pose zoomed(const Pose& from, double step, bool fine, PicturePoint pointer, double aspect,
                           const BoundingSphere& model);
 
+/// Nearer by a factor, the focal point staying in the middle; `from` to the bit at a limit of the distance.
+[[nodiscard]] Pose scaled(const Pose& from, double factor, const BoundingSphere& model);
+
 /// Turned about the vertical axis through the focal point. @param angle radians.
 [[nodiscard]] Pose turned(const Pose& from, double angle, const BoundingSphere& model);
 

@@ -3,6 +3,7 @@
 #include "viewer/protocol/decoder.h"
 #include "viewer/protocol/encoder.h"
 
+#include <cmath>
 #include <utility>
 
 namespace ov3d::protocol {
@@ -90,7 +91,7 @@ void fields(Codec& codec, Message& m) requires std::is_same_v<std::remove_const_
 template <typename Codec, typename Message>
 void fields(Codec& codec, Message& m) requires std::is_same_v<std::remove_const_t<Message>, Rendered>
 {
-    each(codec, m.serial, m.width, m.height);
+    each(codec, m.serial, m.width, m.height, m.note);
 }
 
 template <typename Codec, typename Message>
@@ -132,6 +133,15 @@ template <typename Variant> bool decodeVariant(const std::uint8_t* bytes, std::s
 }
 
 } // namespace
+
+bool isFinite(const Loaded& loaded)
+{
+    const auto all = [](const double(&values)[3]) {
+        return std::isfinite(values[0]) && std::isfinite(values[1]) && std::isfinite(values[2]);
+    };
+    return all(loaded.centre) && all(loaded.box_min) && all(loaded.box_max) && std::isfinite(loaded.radius) &&
+           loaded.radius >= 0;
+}
 
 std::vector<std::uint8_t> encode(const Request& request)
 {

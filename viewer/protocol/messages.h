@@ -120,7 +120,11 @@ struct Rendered
     std::uint64_t serial = 0;
     std::int32_t width = 0; ///< the frame memory holds RGB rows, top to bottom, padded to four bytes
     std::int32_t height = 0;
+    std::string note = {}; ///< what this picture had to do without, in plain words, or empty
 };
+
+/// Whether bounds are numbers that a camera can be fitted to. Anything may come from a renderer.
+[[nodiscard]] bool isFinite(const Loaded& loaded);
 
 /// The request could not be carried out; the renderer lives on.
 struct Failed

@@ -25,6 +25,17 @@ void Deliveries::repeat()
     // Otherwise a picture at rest is on its way, and is written twice in any case.
 }
 
+void Deliveries::recall()
+{
+    if (!m_picture && m_done == m_wanted)
+        change();
+}
+
+bool Deliveries::hasPictureAtRest(std::uint64_t revision) const
+{
+    return m_picture && m_picture->quality == Quality::final && m_picture->revision >= revision;
+}
+
 bool Deliveries::needsPicture(Quality quality) const
 {
     if (!m_picture)

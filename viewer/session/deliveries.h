@@ -23,6 +23,13 @@ public:
     /// The picture at rest is to be written twice again, although nothing has changed.
     void repeat();
 
+    /// The pixels of the picture at rest are needed, whether or not the host has had it: draws it again where they have
+    /// been given back.
+    void recall();
+
+    /// Whether there are pixels in final quality of this revision or a newer one.
+    [[nodiscard]] bool hasPictureAtRest(std::uint64_t revision) const;
+
     [[nodiscard]] std::uint64_t wanted() const { return m_wanted; }
 
     /// Whether a picture is to be drawn in this quality. Does not know of one that is being drawn.

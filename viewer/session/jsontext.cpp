@@ -1,5 +1,7 @@
 #include "viewer/session/jsontext.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 
@@ -64,6 +66,14 @@ std::string jsonString(std::string_view bytes)
         }
     }
     return text + '"';
+}
+
+std::string jsonNumber(double number)
+{
+    if (!std::isfinite(number))
+        return "null";
+    char text[40];
+    return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
 std::string jsonArray(const std::vector<std::string>& texts)

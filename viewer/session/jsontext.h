@@ -12,6 +12,9 @@ namespace ov3d::session {
 /// A JSON string with its quotation marks.
 [[nodiscard]] std::string jsonString(std::string_view bytes);
 
+/// The shortest text that stands for this number; null for what is not finite.
+[[nodiscard]] std::string jsonNumber(double number);
+
 /// A JSON array of strings.
 [[nodiscard]] std::string jsonArray(const std::vector<std::string>& texts);
 

@@ -43,4 +43,10 @@ std::chrono::milliseconds loadLimit(std::uint64_t fileBytes)
     return now.load + std::chrono::seconds(std::min(fileBytes / share, kMostExtraSeconds));
 }
 
+std::string inSeconds(std::chrono::milliseconds time)
+{
+    const auto seconds = std::max<std::chrono::milliseconds::rep>(1, (time.count() + 500) / 1000);
+    return std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
+}
+
 } // namespace ov3d::session

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 
 namespace ov3d::session {
 
@@ -12,6 +13,7 @@ struct Limits
     std::uint64_t bytes_for_another_second = 4ULL << 20; ///< a larger file gets more time
     std::chrono::milliseconds rest{180000};              ///< at rest this long, the renderer's memory is given back
     std::chrono::milliseconds hand_rests{150};           ///< without a move this long, a draft is refined
+    std::int32_t tile_side = 2048; ///< pictures without a session are drawn in squares of this side, pixels
 };
 
 /// Any thread.
@@ -22,5 +24,11 @@ void setLimits(const Limits& limits);
 
 /// How long a file of this size may be worked on without progress.
 [[nodiscard]] std::chrono::milliseconds loadLimit(std::uint64_t fileBytes);
+
+/// In words, at least one second: "20 seconds".
+[[nodiscard]] std::string inSeconds(std::chrono::milliseconds time);
+
+/// Bytes of a renderer's reason that are passed on.
+inline constexpr std::size_t kMostReasonBytes = 400;
 
 } // namespace ov3d::session

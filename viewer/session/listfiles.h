@@ -7,7 +7,7 @@
 namespace ov3d::session {
 
 /// The side files of a model, found by a renderer process of its own. Blocks within the time limit of a load.
-/// @return nothing when the model could not be read.
-[[nodiscard]] std::optional<std::vector<std::string>> listFiles(const std::string& path);
+/// @return nothing, with plain words in `reason`, when the model could not be read.
+[[nodiscard]] std::optional<std::vector<std::string>> listFiles(const std::string& path, std::string& reason);
 
 } // namespace ov3d::session

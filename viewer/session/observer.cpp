@@ -44,7 +44,7 @@ std::string toJson(const Event& event)
 {
     return "{ \"run\": " + std::to_string(event.run) + ", \"model\": " + jsonString(event.model) +
            ", \"event\": " + jsonString(event.name) + ", \"reason\": " + jsonString(event.reason) +
-           ", \"files\": " + jsonArray(event.files) + " }";
+           ", \"files\": " + jsonArray(event.files) + ", \"notes\": " + jsonArray(event.notes) + " }";
 }
 
 } // namespace ov3d::session

@@ -14,6 +14,7 @@ struct Event
     const char* name = "";
     std::string reason;
     std::vector<std::string> files;
+    std::vector<std::string> notes;
 };
 
 /// Replaces the observer; waits for a call of the old one that is under way on another thread. Any thread.

@@ -8,6 +8,7 @@
 #include "viewer/session/observer.h"
 #include "viewer/session/registry.h"
 #include "viewer/session/rendererpool.h"
+#include "viewer/session/renderimage.h"
 #include "viewer/session/session.h"
 
 #include <algorithm>
@@ -111,16 +112,37 @@ void ov3dViewerSetObserver(std::function<void(const char* json)> observer)
 
 bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file)
 {
+    return ov3dViewerListFiles(path, file, {});
+}
+
+bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file,
+                         const std::function<void(const char* reason)>& failure)
+{
     try {
-        const auto files = path ? listFiles(path) : std::nullopt;
-        if (!files)
+        std::string reason;
+        const auto files = listFiles(path ? path : "", reason);
+        if (!files) {
+            if (failure)
+                failure(reason.c_str());
             return false;
+        }
         for (const std::string& name : *files)
             if (file)
                 file(toUtf8(name).c_str());
         return true;
     } catch (const std::exception&) {
         return false;
+    }
+}
+
+void ov3dViewerRenderImage(char* arg, unsigned char* pixels, int width, int height)
+{
+    if (!pixels || width <= 0 || height <= 0)
+        return;
+    try {
+        renderImage(arg ? arg : "", pixels, width, height);
+    } catch (const std::exception&) {
+        // Out of memory, also for a card: what the host handed in stays.
     }
 }
 

@@ -24,8 +24,8 @@ OV3DVIEWER_EXPORT int ov3dViewerPending();
 
 /// Receives one JSON object (UTF-8 text) an event; an empty function ends it. Called on any thread, one call at a time.
 ///
-///     { "run": 3, "model": "/a/b.glb", "event": "shown" | "card" | "missing" | "restarted",
-///       "reason": "plain words, or empty", "files": ["names", ...] }
+///     { "run": 3, "model": "/a/b.glb", "event": "shown" | "card" | "missing" | "restarted" | "note",
+///       "reason": "plain words, or empty", "files": ["names", ...], "notes": ["plain words", ...] }
 ///
 /// `run` is the context's `object_id`.
 OV3DVIEWER_EXPORT void ov3dViewerSetObserver(std::function<void(const char* json)> observer);
@@ -33,6 +33,20 @@ OV3DVIEWER_EXPORT void ov3dViewerSetObserver(std::function<void(const char* json
 /// Calls `file` for each file that the model needs (paths relative to the model's folder, "/" between, UTF-8), without
 /// drawing it. Blocks on a renderer process of its own. @return false when the model could not be read.
 OV3DVIEWER_EXPORT bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file);
+
+/// The same; `failure` is called with the reason when the model could not be read: the rest of a sentence that begins
+/// with the file's name, UTF-8.
+OV3DVIEWER_EXPORT bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file,
+                                           const std::function<void(const char* reason)>& failure);
+
+/// Draws a model into width * height * 3 bytes of RGB, rows from top to bottom without padding: the function for a
+/// host's `g_image_render`. `arg` is a JSON text (docs/viewer-contract.md) that names the model, its settings and the
+/// camera. With default settings the background is the key colour, for the host to key out; another `bg_color` gives an
+/// opaque picture.
+///
+/// What cannot be drawn becomes a card that says why. Does nothing without pixels or with a size that is not positive.
+/// Any thread, several at once; blocks while a renderer process of its own reads and draws. Never throws.
+OV3DVIEWER_EXPORT void ov3dViewerRenderImage(char* arg, unsigned char* pixels, int width, int height);
 
 /// Ends the load of a run (`object_id`) with a card at once. Does nothing when the run is unknown or its first picture
 /// has been drawn. Any thread.

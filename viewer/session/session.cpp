@@ -2,9 +2,9 @@
 
 #include "src/render/handshake.h"
 #include "viewer/session/contextreader.h"
+#include "viewer/session/modelfile.h"
 
-#include <filesystem>
-#include <system_error>
+#include <cstring>
 
 namespace ov3d::session {
 
@@ -13,14 +13,6 @@ namespace {
 double secondsNow()
 {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-/// Host programs change their working folder; the path must stand for the same file throughout the run.
-std::string toAbsolute(const std::string& path)
-{
-    std::error_code error;
-    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-    return error ? path : absolute.string();
 }
 
 bool isCommand(std::int32_t op)
@@ -71,13 +63,20 @@ void Session::request()
         return;
     ViewContext& context = *m_context;
     camera::Request request = readCameraRequest(context, secondsNow());
-    const protocol::RenderSettings settings = readRenderSettings(context);
     const bool wasTurning = isTurning();
     const std::uint64_t before = m_deliveries.wanted();
 
     noteSize(request.width, request.height);
-    const camera::Outcome outcome = m_camera.handle(request);
+    camera::Outcome outcome = m_camera.handle(request);
     m_gesture = outcome.gesture_running;
+    Reply reply = Reply::later;
+    if (isCommand(request.op)) {
+        const OV3DOBJECT::SceneStatus status = m_camera.status();
+        reply = obey(context);
+        outcome.moved = outcome.moved || std::memcmp(&status, &m_camera.status(), sizeof status) != 0;
+    }
+    protocol::RenderSettings settings = readRenderSettings(context);
+    settings.hdr_path = m_environment;
     // A card looks the same from everywhere. The last picture of a turntable that stops was in motion; the one at rest
     // is still owed.
     const bool viewChanged = !m_onCard && (outcome.moved || (wasTurning && !isTurning()));
@@ -87,14 +86,16 @@ void Session::request()
         m_deliveries.repeat();
     m_tryAgain = m_tryAgain || (m_onCard && m_hasBounds && settings != m_settings);
     m_settings = settings;
+    if (isCommand(request.op) && reply == Reply::later)
+        expectAnswer();
 
     // Before the model is known there is no view to report, and a saved one must not be overwritten.
     if (m_firstDrawDone && m_hasBounds)
         context.scene_status = m_camera.status();
     noteTaken();
     m_lastInput = m_lastActivity = Clock::now();
-    if (isCommand(request.op))
-        storeRelease(context.result, 1);
+    if (reply != Reply::later)
+        answerCommand(reply);
     m_wakeup.wake();
 }
 
@@ -148,6 +149,8 @@ bool Session::owesPicture()
 void Session::giveUp() noexcept
 {
     const std::lock_guard lock(m_mutex);
+    if (m_command)
+        answerCommand(Reply::failed);
     if (!m_context || m_firstDrawDone)
         return;
     m_firstDrawDone = true;

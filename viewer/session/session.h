@@ -12,6 +12,8 @@
 #include "viewer/session/wakeup.h"
 
 #include <chrono>
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -72,6 +74,25 @@ private:
         std::uint64_t serial = 0;
         std::uint64_t revision = 0;
         protocol::Quality quality = protocol::Quality::draft;
+        bool keyed = true;       ///< a host that shows it makes the key colour transparent
+        std::string environment; ///< the user's picture that lights it, or empty
+    };
+
+    enum class Reply
+    {
+        done,
+        failed,
+        later, ///< by the session's thread
+    };
+
+    /// A command that the session's thread is to answer.
+    struct Command
+    {
+        std::int32_t code = 0;
+        std::string path;
+        std::uint64_t revision = 0; ///< the oldest picture that will do
+
+        friend bool operator==(const Command&, const Command&) = default;
     };
 
     // ---- session.cpp: what host threads do; everything under m_mutex ----
@@ -79,6 +100,14 @@ private:
     void noteTaken();
     [[nodiscard]] bool isTurning() const;
     [[nodiscard]] bool owesNow() const;
+
+    // ---- sessioncommands.cpp: under m_mutex, but for serveCommand, which is the session's thread's ----
+    [[nodiscard]] Reply obey(const ViewContext& context);
+    [[nodiscard]] Reply setEnvironment(const std::string& path);
+    [[nodiscard]] bool moveCamera(std::int32_t code, const std::string& text);
+    void expectAnswer();
+    void answerCommand(Reply reply);
+    void serveCommand();
 
     // ---- sessionanswers.cpp: what the renderer says and what goes wrong; the session's thread alone ----
     void readAnswers();
@@ -92,7 +121,8 @@ private:
     void rendererLost(const char* fault);
     void dropRenderer();
     void showCard(const std::string& reason);
-    void announce(const char* name, const std::string& reason, const std::vector<std::string>& files);
+    void announce(const char* name, const std::string& reason, const std::vector<std::string>& files,
+                  const std::vector<std::string>& notes = {});
 
     // ---- sessionloop.cpp: what is to be done next; the session's thread alone ----
     [[nodiscard]] bool isStopped();
@@ -133,6 +163,10 @@ private:
     std::int32_t m_itemHeight = 0;
     PictureSize m_fit; ///< what is drawn for the item's size
     Deliveries m_deliveries;
+    std::string m_environment;       ///< path of the user's environment picture, or empty
+    std::string m_brokenEnvironment; ///< one that a renderer died of, or empty: left out
+    std::map<std::string, OV3DOBJECT::SceneStatus, std::less<>> m_keptViews;
+    std::optional<Command> m_command;
     Clock::time_point m_lastInput{};
     Clock::time_point m_lastActivity{};
 
@@ -143,6 +177,9 @@ private:
     std::optional<InFlight> m_inFlight;
     std::uint64_t m_serial = 0;
     PictureSize m_pictureSize; ///< of the pixels that are there
+    bool m_pictureKeyed = true;
+    std::string m_provenEnvironment; ///< one that a picture was drawn with
+    std::string m_pictureNote;       ///< what the last picture had to do without
     Card m_card;
     std::string m_cardReason;
     int m_failures = 0;   ///< renderers lost in a row without a picture

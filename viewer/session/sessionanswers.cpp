@@ -1,11 +1,12 @@
 #include "viewer/session/session.h"
 
 #include "viewer/session/jsontext.h"
+#include "viewer/session/limits.h"
+#include "viewer/session/modelfile.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace ov3d::session {
 
@@ -19,19 +20,6 @@ constexpr int kMostAnswersAtOnce = 64;
 // A renderer that keeps dying while nothing is asked of it is left dead until the next request.
 constexpr int kMostIdleLosses = 5;
 constexpr milliseconds kIdleLossWindow{60000};
-constexpr std::size_t kMostReasonBytes = 400;
-
-std::string inSeconds(milliseconds time)
-{
-    const auto seconds = std::max<milliseconds::rep>(1, (time.count() + 500) / 1000);
-    return std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
-}
-
-bool isFinite(const protocol::Loaded& loaded)
-{
-    return std::isfinite(loaded.centre[0]) && std::isfinite(loaded.centre[1]) && std::isfinite(loaded.centre[2]) &&
-           std::isfinite(loaded.radius) && loaded.radius >= 0;
-}
 
 std::string join(const std::vector<std::string>& texts)
 {
@@ -90,7 +78,7 @@ void Session::reportProgress(std::int32_t percent)
 
 void Session::answer(protocol::Loaded& loaded)
 {
-    if (m_phase != Phase::loading || !isFinite(loaded)) {
+    if (m_phase != Phase::loading || !protocol::isFinite(loaded)) {
         rendererLost("answered nonsense");
         return;
     }
@@ -123,10 +111,17 @@ void Session::answer(const protocol::Rendered& rendered)
             announce("missing", "", m_loaded.missing);
         if (m_withoutTextures)
             m_loaded.notes.emplace_back("shown without its textures");
-        announce("shown", join(m_loaded.notes), m_loaded.files);
+        announce("shown", join(m_loaded.notes), m_loaded.files, m_loaded.notes);
+    }
+    if (rendered.note != m_pictureNote) {
+        m_pictureNote = rendered.note;
+        if (!rendered.note.empty())
+            announce("note", toUtf8(rendered.note, kMostReasonBytes), {});
     }
     const std::lock_guard lock(m_mutex);
     m_pictureSize = {rendered.width, rendered.height};
+    m_pictureKeyed = m_inFlight->keyed;
+    m_provenEnvironment = m_inFlight->environment;
     m_deliveries.arrived(m_inFlight->revision, m_inFlight->quality, isTurning());
     m_inFlight.reset();
 }
@@ -165,15 +160,22 @@ void Session::checkLimits()
 void Session::rendererLost(const char* fault)
 {
     const bool wasBusy = m_phase == Phase::loading || m_inFlight;
+    const std::string suspect =
+        m_inFlight && m_inFlight->environment != m_provenEnvironment ? m_inFlight->environment : std::string();
     const RendererProcess::End end = m_renderer->finish();
     const std::string words = fault ? fault : end.words();
     dropRenderer();
     m_phase = Phase::empty;
 
+    std::string leftOut;
     bool firstDrawDone = false;
     {
         const std::lock_guard lock(m_mutex);
         firstDrawDone = m_firstDrawDone;
+        if (!suspect.empty()) {
+            m_brokenEnvironment = suspect;
+            leftOut = "; shown without the environment picture " + fileName(suspect);
+        }
     }
     if (wasBusy) {
         if (++m_failures >= kTriesOfOneRequest) {
@@ -201,7 +203,7 @@ void Session::rendererLost(const char* fault)
         if (oftenEnough)
             return;
     }
-    announce("restarted", "the renderer " + words, {});
+    announce("restarted", "the renderer " + words + toUtf8(leftOut), {});
 }
 
 void Session::dropRenderer()
@@ -226,10 +228,11 @@ void Session::showCard(const std::string& reason)
     m_deliveries.change();
 }
 
-void Session::announce(const char* name, const std::string& reason, const std::vector<std::string>& files)
+void Session::announce(const char* name, const std::string& reason, const std::vector<std::string>& files,
+                       const std::vector<std::string>& notes)
 {
     if (!isStopped())
-        notifyObserver({m_run, m_path, name, reason, files});
+        notifyObserver({m_run, m_path, name, reason, files, notes});
 }
 
 } // namespace ov3d::session

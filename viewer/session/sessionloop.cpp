@@ -2,13 +2,10 @@
 
 #include "src/render/handshake.h"
 #include "viewer/session/limits.h"
+#include "viewer/session/modelfile.h"
 #include "viewer/session/rendererpool.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 namespace ov3d::session {
@@ -25,26 +22,6 @@ constexpr milliseconds kTakenPatience{1000};
 constexpr milliseconds kUnwatchedInterval{80};
 constexpr std::uint64_t kMostFrameBytes = protocol::rowBytes(kMaxPictureSide) * kMaxPictureSide;
 
-/// @return why the file cannot be read at all, or empty; `size` receives its length.
-std::string faultOfFile(const std::string& path, std::uint64_t& size)
-{
-    struct stat info = {};
-    if (stat(path.c_str(), &info) != 0)
-        return errno == EACCES ? "may not be read" : "does not exist";
-    // A pipe or device would keep the reader waiting for ever.
-    if (!S_ISREG(info.st_mode))
-        return "is not a file";
-    if (access(path.c_str(), R_OK) != 0)
-        return "may not be read";
-    size = static_cast<std::uint64_t>(info.st_size);
-    return size == 0 ? "is empty" : "";
-}
-
-std::string fileName(const std::string& path)
-{
-    return path.substr(path.rfind('/') + 1);
-}
-
 } // namespace
 
 void Session::run(bool watched)
@@ -55,6 +32,7 @@ void Session::run(bool watched)
     while (!isStopped()) {
         readAnswers();
         checkLimits();
+        serveCommand();
         // What is finished goes out before its pixels are overwritten by what comes next.
         deliver();
         beginLoad();
@@ -155,7 +133,10 @@ void Session::beginPicture()
         picture.height = m_fit.height;
         picture.status = m_camera.status();
         picture.settings = m_settings;
-        m_inFlight = InFlight{picture.serial, m_deliveries.wanted(), picture.quality};
+        if (picture.settings.hdr_path == m_brokenEnvironment)
+            picture.settings.hdr_path.clear();
+        m_inFlight = InFlight{picture.serial, m_deliveries.wanted(), picture.quality, !m_settings.enable_sky,
+                              picture.settings.hdr_path};
     }
     m_deadline = Clock::now() + m_limit;
     m_renderer->channel().send(protocol::encode(protocol::Request(picture)));

@@ -90,6 +90,54 @@ private Q_SLOTS:
             QCOMPARE(image.pixel(x, 47), border);
     }
 
+    void everySizeFromTheSmallestHasNameReasonAndBorder()
+    {
+        const std::string name = "a rather long name of a model (final version).gltf";
+        const std::string reason = "ends in the middle of its data (at byte 4096 of 120,000)";
+        for (const int width : {64, 65, 100, 160, 333, 800}) {
+            for (const int height : {48, 49, 60, 75, 150, 240, 600}) {
+                const PictureSize size{width, height};
+                const QImage image = toImage(drawCard(size, name, reason));
+                QVERIFY2(inkOf(image) > 100, qPrintable(QStringLiteral("%1 x %2").arg(width).arg(height)));
+                for (int x = 0; x < width; ++x)
+                    QVERIFY(image.pixel(x, 0) == image.pixel(0, 0) && image.pixel(x, height - 1) == image.pixel(0, 0));
+                for (int y = 0; y < height; ++y)
+                    QVERIFY(image.pixel(0, y) == image.pixel(0, 0) && image.pixel(width - 1, y) == image.pixel(0, 0));
+                // Both begin with what tells them from others.
+                QVERIFY(image != toImage(drawCard(size, "the" + name.substr(3), reason)));
+                QVERIFY(image != toImage(drawCard(size, name, "is" + reason.substr(4))));
+            }
+        }
+    }
+
+    void longNameKeepsItsBeginningAndItsSuffix()
+    {
+        const std::string middle(200, 'm');
+        for (const PictureSize size : {PictureSize{64, 48}, PictureSize{100, 75}, PictureSize{640, 480}}) {
+            const Card card = drawCard(size, "a" + middle + "z.glb", "is empty");
+            QVERIFY(card.pixels != drawCard(size, "b" + middle + "z.glb", "is empty").pixels);
+            QVERIFY(card.pixels != drawCard(size, "a" + middle + "z.fbx", "is empty").pixels);
+            QVERIFY(card.pixels == drawCard(size, "a" + middle + middle + "z.glb", "is empty").pixels);
+        }
+    }
+
+    void longReasonTakesSmallerLettersBeforeItIsCut()
+    {
+        const std::string reason = "ends in the middle of its data (at byte 4096 of 120,00";
+        for (const PictureSize size : {PictureSize{100, 75}, PictureSize{200, 150}, PictureSize{60, 300}})
+            QVERIFY(drawCard(size, "spider.glb", reason + "0)").pixels !=
+                    drawCard(size, "spider.glb", reason + "7)").pixels);
+    }
+
+    void reasonThatDoesNotFitIsCutAtItsEnd()
+    {
+        const std::string begin = "cannot be understood (";
+        const std::string words = "words and more words and even more of them and so on ";
+        const PictureSize size{64, 48};
+        QVERIFY(drawCard(size, "a.glb", begin + words + "x)").pixels ==
+                drawCard(size, "a.glb", begin + words + "y)").pixels);
+    }
+
     void sameInputsGiveTheSameBytesOnAnyThread()
     {
         const Card here = drawCard({200, 150}, "a.glb", "is empty");

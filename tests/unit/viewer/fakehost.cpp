@@ -137,6 +137,22 @@ void FakeHost::resize(int width, int height)
     storeRelease(m_context->height, height);
 }
 
+int FakeHost::command(int code, const QByteArray& text)
+{
+    std::memset(m_context->command_text, 0, sizeof m_context->command_text);
+    std::memcpy(m_context->command_text, text.constData(),
+                std::min(sizeof m_context->command_text, static_cast<std::size_t>(text.size())));
+    storeRelease(m_context->result, -1);
+    call(code);
+    return loadAcquire(m_context->result);
+}
+
+int FakeHost::waitForResult(int timeoutMs)
+{
+    TestBase::waitFor([this] { return loadAcquire(m_context->result) != -1; }, timeoutMs);
+    return loadAcquire(m_context->result);
+}
+
 qint64 FakeHost::stop()
 {
     return call(kOperationStop);
@@ -237,6 +253,11 @@ QString ViewerFixture::model(const QString& name, int bytes)
     if (file.open(QIODevice::WriteOnly))
         file.write(QByteArray(bytes, 'x'));
     return file.fileName();
+}
+
+QString ViewerFixture::path(const QString& name) const
+{
+    return m_folder.filePath(name);
 }
 
 QStringList ViewerFixture::log(const QString& modelPath)

@@ -52,6 +52,10 @@ public:
     qint64 call(int op);
     qint64 mouse(int type, int x, int y, int button = 1);
     void resize(int width, int height);
+    /// Sends a command, `text` cut to what the field holds. @return `result` as the call left it
+    int command(int code, const QByteArray& text);
+    /// Waits for the answer to the last command. @return `result`
+    int waitForResult(int timeoutMs = 10000);
     qint64 stop();
 
     [[nodiscard]] bool isFirstDrawDone() const;
@@ -89,6 +93,8 @@ public:
     /// What the renderers of a model were asked, a line a request.
     [[nodiscard]] static QStringList log(const QString& modelPath);
     [[nodiscard]] static int count(const QString& modelPath, const QString& lineStart);
+    /// A path in the same folder, where nothing is yet.
+    [[nodiscard]] QString path(const QString& name) const;
     /// Process of the latest load.
     [[nodiscard]] static int rendererOf(const QString& modelPath);
 

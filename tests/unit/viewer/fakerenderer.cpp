@@ -126,6 +126,13 @@ private:
                 loaded.files.push_back("a folder/texture number " + std::to_string(i) + ".png");
             loaded.files.insert(loaded.files.begin() + 1, "at@sign.png");
         }
+        loaded.box_min[0] = is("nanbox") ? std::strtod("nan", nullptr) : -1.5;
+        loaded.box_max[2] = 0.25;
+        loaded.triangles = 12;
+        loaded.materials = 2;
+        loaded.textures = 1;
+        if (is("repaired"))
+            loaded.notes = {"3 faces were left out", "a name was mended"};
         if (is("missing"))
             loaded.missing = {"lost \"one\".png"};
         send(loaded);
@@ -135,13 +142,16 @@ private:
     {
         note("render " + std::to_string(request.width) + "x" + std::to_string(request.height) +
              (request.quality == Quality::final ? " final" : " draft") +
-             (request.settings.wireframe ? " wireframe" : ""));
+             (request.settings.wireframe ? " wireframe" : "") + tileText(request.tile) +
+             (request.settings.hdr_path.empty() ? "" : " hdr=" + request.settings.hdr_path));
         const int renders = timesNoted("render");
         if (is("slowpicture"))
             std::this_thread::sleep_for(milliseconds(60));
         if (is("crashpicture") && (!is("once") || renders == 1) && (!is("second") || renders > 1))
             crash();
         if (is("crashwireframe") && request.settings.wireframe)
+            crash();
+        if (is("crashhdr") && !request.settings.hdr_path.empty())
             crash();
         if (is("hangpicture"))
             hang();
@@ -152,7 +162,8 @@ private:
         if (is("wrongserial"))
             return send(Rendered{request.serial + 1, request.width, request.height});
         draw(request);
-        send(Rendered{request.serial, request.width, request.height});
+        const bool notes = is("badhdr") && !request.settings.hdr_path.empty();
+        send(Rendered{request.serial, request.width, request.height, notes ? "the sky cannot be read" : ""});
         if (is("dieatrest"))
             std::_Exit(0);
     }
@@ -171,11 +182,41 @@ private:
         for (std::int32_t y = 0; y < request.height; ++y) {
             std::uint8_t* row = m_memory.data() + rowBytes(request.width) * static_cast<std::uint64_t>(y);
             for (std::int32_t x = 0; x < request.width; ++x) {
+                if (is("coordinates") || is("silhouette")) {
+                    paint(row + 3 * x, request, x, y);
+                    continue;
+                }
                 row[3 * x] = request.quality == Quality::final ? 200 : 100;
                 row[3 * x + 1] = static_cast<std::uint8_t>(request.width);
                 row[3 * x + 2] = view;
             }
         }
+    }
+
+    /// Either the place in the whole picture, or a block before the key colour.
+    void paint(std::uint8_t* pixel, const RenderRequest& request, std::int32_t x, std::int32_t y) const
+    {
+        const auto byte = [](std::int32_t value) { return static_cast<std::uint8_t>(value & 255); };
+        if (is("coordinates")) {
+            const std::int32_t left = request.tile.left + x;
+            const std::int32_t top = request.tile.top + y;
+            pixel[0] = byte(left);
+            pixel[1] = byte(top);
+            pixel[2] = byte(left / 256 + top / 256 * 16);
+            return;
+        }
+        const bool block = x >= 10 && x < 20 && y >= 5 && y < 15;
+        pixel[0] = block ? 200 : 92;
+        pixel[1] = block ? 10 : 238;
+        pixel[2] = block ? 30 : 20;
+    }
+
+    static std::string tileText(const Tile& tile)
+    {
+        if (tile == Tile{})
+            return {};
+        return " tile=" + std::to_string(tile.left) + "," + std::to_string(tile.top) + "," +
+               std::to_string(tile.whole_width) + "," + std::to_string(tile.whole_height);
     }
 
     Channel m_channel;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <limits>
 #include <random>
 
 using namespace ov3d::protocol;
@@ -53,7 +54,7 @@ std::vector<Answer> sampleAnswers()
     loaded.files = {"a/b.png", "", "c.bin"};
     loaded.missing = {"lost.png"};
     loaded.notes = {"one", "two"};
-    return {Ready{"llvmpipe"}, Progress{42}, loaded, Rendered{7, 640, 480}, Failed{"It is empty."}};
+    return {Ready{"llvmpipe"}, Progress{42}, loaded, Rendered{7, 640, 480, "without the sky"}, Failed{"It is empty."}};
 }
 
 } // namespace
@@ -112,6 +113,22 @@ private Q_SLOTS:
         QCOMPARE(loaded.notes[1], std::string("two"));
     }
 
+    void boundsThatAreNoNumbersAreNotFinite()
+    {
+        const double nan = std::numeric_limits<double>::quiet_NaN();
+        QVERIFY(isFinite(Loaded{}));
+        for (double(Loaded::*member)[3] : {&Loaded::centre, &Loaded::box_min, &Loaded::box_max}) {
+            Loaded loaded;
+            (loaded.*member)[1] = nan;
+            QVERIFY(!isFinite(loaded));
+        }
+        Loaded loaded;
+        loaded.radius = std::numeric_limits<double>::infinity();
+        QVERIFY(!isFinite(loaded));
+        loaded.radius = -1;
+        QVERIFY(!isFinite(loaded));
+    }
+
     void messageCutAnywhereIsRefused()
     {
         for (const Request& sample : sampleRequests()) {
@@ -165,7 +182,7 @@ private Q_SLOTS:
         Request request;
         QVERIFY(!decode(bytes.data(), bytes.size(), request));
         bytes = encode(Request(RenderRequest{}));
-        bytes[4 + 8 + 4 + 4] = 9; // quality
+        bytes[4 + 8 + 4 + 4 + sizeof(Tile)] = 9; // quality
         QVERIFY(!decode(bytes.data(), bytes.size(), request));
     }
 

@@ -310,7 +310,7 @@ private Q_SLOTS:
         FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
         host.startAndSettle();
         host.context().result = -1;
-        host.call(100);
+        host.call(99);
         QCOMPARE(host.context().result, 1);
         host.context().result = -1;
         host.call(kOperationRedraw);

@@ -346,7 +346,7 @@ private Q_SLOTS:
         const QStringList events = m_fixture->events();
         QCOMPARE(events.size(), 2);
         const QJsonObject missing = QJsonDocument::fromJson(events[0].toUtf8()).object();
-        QCOMPARE(missing.size(), 5);
+        QCOMPARE(missing.size(), 6);
         QCOMPARE(missing[QLatin1String("event")].toString(), QStringLiteral("missing"));
         QCOMPARE(missing[QLatin1String("run")].toInt(), host.context().object_id);
         QCOMPARE(missing[QLatin1String("model")].toString(), path);

@@ -2,6 +2,7 @@
 
 #include "src/render/handshake.h"
 #include "src/render/viewcontext.h"
+#include "viewer/session/outputfile.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <cstdio>
@@ -10,6 +11,29 @@
 #include <memory>
 #include <thread>
 #include <vector>
+
+namespace {
+
+bool cardIsDrawnWithoutASession()
+{
+    std::vector<unsigned char> pixels(201 * 100 * 3, 1);
+    char request[] = "{ \"model\": \"/nowhere/none.glb\" }";
+    ov3dViewerRenderImage(request, pixels.data(), 201, 100);
+    for (const unsigned char value : pixels)
+        if (value == 1)
+            return false;
+    return true;
+}
+
+bool pictureIsSaved()
+{
+    const std::vector<std::uint8_t> pixels(48, 100);
+    const char* path = "withoutqt.png";
+    const bool saved = ov3d::session::savePicture(path, pixels.data(), {4, 4}, true);
+    return std::remove(path) == 0 && saved;
+}
+
+} // namespace
 
 int main()
 {
@@ -34,6 +58,10 @@ int main()
     viewer.join();
     if (!drawn || !hasMark) {
         std::fprintf(stderr, "no card was drawn\n");
+        return EXIT_FAILURE;
+    }
+    if (!cardIsDrawnWithoutASession() || !pictureIsSaved()) {
+        std::fprintf(stderr, "a picture without a session failed\n");
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
