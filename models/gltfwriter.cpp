@@ -45,11 +45,12 @@ private:
     int addView(const QByteArray& bytes, int target);
     int addAccessor(const QByteArray& bytes, int componentType, std::size_t count, const char* type, int target);
     int addMaterial(const Material& material);
-    int addTexture(const Material& material);
+    int addTexture(const QImage& picture, const QString& name);
+    void addMaps(const Material& material, QJsonObject& look, QJsonObject& out);
 
     QString m_textureFolder;
     QByteArray m_binary;
-    QJsonArray m_views, m_accessors, m_meshes, m_nodes, m_materials, m_textures, m_images;
+    QJsonArray m_views, m_accessors, m_meshes, m_nodes, m_materials, m_textures, m_images, m_extensions;
     QStringList m_materialNames;
     std::vector<Picture> m_pictures;
 };
@@ -85,6 +86,12 @@ double linear(double srgb)
     return std::round(value * 1e6) / 1e6;
 }
 
+bool usesTexture(const Material& material)
+{
+    return !material.texture.isNull() || !material.emissiveTexture.isNull() || !material.normalTexture.isNull() ||
+           !material.surfaceTexture.isNull();
+}
+
 int GltfBuilder::addView(const QByteArray& bytes, int target)
 {
     QJsonObject view{{key("buffer"), 0}, {key("byteOffset"), m_binary.size()}, {key("byteLength"), bytes.size()}};
@@ -107,15 +114,15 @@ int GltfBuilder::addAccessor(const QByteArray& bytes, int componentType, std::si
     return m_accessors.size() - 1;
 }
 
-int GltfBuilder::addTexture(const Material& material)
+int GltfBuilder::addTexture(const QImage& picture, const QString& name)
 {
-    const QByteArray png = pngOf(material.texture);
-    QJsonObject image{{key("name"), material.textureName}};
+    const QByteArray png = pngOf(picture);
+    QJsonObject image{{key("name"), name}};
     if (m_textureFolder.isEmpty()) {
         image.insert(key("bufferView"), addView(png, 0));
         image.insert(key("mimeType"), key("image/png"));
     } else {
-        const QString fileName = material.textureName + key(".png");
+        const QString fileName = name + key(".png");
         image.insert(key("uri"), m_textureFolder + QLatin1Char('/') + fileName);
         m_pictures.push_back({fileName, png});
     }
@@ -124,19 +131,55 @@ int GltfBuilder::addTexture(const Material& material)
     return m_textures.size() - 1;
 }
 
+void GltfBuilder::addMaps(const Material& material, QJsonObject& look, QJsonObject& out)
+{
+    const auto map = [&](const QImage& picture, const char* suffix) {
+        return QJsonObject{{key("index"), addTexture(picture, material.name + key(suffix))}};
+    };
+    if (!material.surfaceTexture.isNull()) {
+        const QJsonObject surface = map(material.surfaceTexture, "_surface");
+        look.insert(key("metallicRoughnessTexture"), surface);
+        out.insert(key("occlusionTexture"), surface);
+    }
+    if (!material.normalTexture.isNull())
+        out.insert(key("normalTexture"), map(material.normalTexture, "_normal"));
+    if (!material.emissiveTexture.isNull())
+        out.insert(key("emissiveTexture"), map(material.emissiveTexture, "_emissive"));
+    const Vec3 glow = material.emissive;
+    if (glow.x > 0 || glow.y > 0 || glow.z > 0)
+        out.insert(key("emissiveFactor"), QJsonArray{linear(glow.x), linear(glow.y), linear(glow.z)});
+    if (material.alpha != Alpha::opaque)
+        out.insert(key("alphaMode"), key(material.alpha == Alpha::mask ? "MASK" : "BLEND"));
+    if (material.doubleSided)
+        out.insert(key("doubleSided"), true);
+    const auto extend = [&](const char* name, const QJsonObject& content) {
+        out.insert(key("extensions"), QJsonObject{{key(name), content}});
+        if (!m_extensions.contains(key(name)))
+            m_extensions.append(key(name));
+    };
+    if (material.clearCoat > 0)
+        extend("KHR_materials_clearcoat", {{key("clearcoatFactor"), material.clearCoat}});
+    if (material.unlit)
+        extend("KHR_materials_unlit", {});
+}
+
 int GltfBuilder::addMaterial(const Material& material)
 {
     const int known = m_materialNames.indexOf(material.name);
     if (known >= 0)
         return known;
     QJsonObject look{{key("metallicFactor"), material.metallic}, {key("roughnessFactor"), material.roughness}};
-    if (material.texture.isNull()) {
+    if (material.texture.isNull() || material.opacity < 1) {
         const Vec3 c = material.colour;
-        look.insert(key("baseColorFactor"), QJsonArray{linear(c.x), linear(c.y), linear(c.z), 1.0});
-    } else {
-        look.insert(key("baseColorTexture"), QJsonObject{{key("index"), addTexture(material)}});
+        look.insert(key("baseColorFactor"), QJsonArray{linear(c.x), linear(c.y), linear(c.z), material.opacity});
     }
-    m_materials.append(QJsonObject{{key("name"), material.name}, {key("pbrMetallicRoughness"), look}});
+    if (!material.texture.isNull())
+        look.insert(key("baseColorTexture"),
+                    QJsonObject{{key("index"), addTexture(material.texture, material.textureName)}});
+    QJsonObject out{{key("name"), material.name}};
+    addMaps(material, look, out);
+    out.insert(key("pbrMetallicRoughness"), look);
+    m_materials.append(out);
     m_materialNames << material.name;
     return m_materials.size() - 1;
 }
@@ -159,7 +202,7 @@ void GltfBuilder::add(const Part& part)
     QJsonObject attributes{{key("POSITION"), positions}};
     attributes.insert(key("NORMAL"),
                       addAccessor(floats(mesh.normals), kFloat, mesh.normals.size(), "VEC3", kArrayBuffer));
-    if (!part.material.texture.isNull()) {
+    if (usesTexture(part.material)) {
         QByteArray uvs;
         for (const Vec2& uv : mesh.uvs) {
             put<float>(uvs, static_cast<float>(uv.x));
@@ -199,6 +242,8 @@ QJsonObject GltfBuilder::document(const QJsonObject& buffer) const
         {key("bufferViews"), m_views},
         {key("buffers"), buffers},
     };
+    if (!m_extensions.isEmpty())
+        root.insert(key("extensionsUsed"), m_extensions);
     if (!m_textures.isEmpty()) {
         // Linear filtering with mipmaps, repeated in both directions.
         const QJsonObject sampler{

@@ -29,6 +29,8 @@ QString writeSamples(const QString& folder)
              writeObj(path("textured.obj"), cube, textures),
              writeBinaryStl(path("cube.stl"), merged(cube)),
              writeTextStl(path("cube_text.stl"), merged(cube)),
+             writeGlb(path("materials.glb"), materialGrid()),
+             writeGlb(path("surfaces.glb"), surfaceSamples()),
              writeFbx(path("cube.fbx"), merged(cube), terracotta),
          }) {
         if (!error.isEmpty())

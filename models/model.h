@@ -9,7 +9,15 @@
 
 namespace ov3d::models {
 
-/// Look of a part. Colours are sRGB, components 0 to 1.
+/// How a material's alpha is meant, with the words of glTF.
+enum class Alpha
+{
+    opaque,
+    mask, ///< drawn where the texture's alpha is a half or more
+    blend,
+};
+
+/// Look of a part. Colours are sRGB, components 0 to 1. Only glTF files carry what follows `textureName`.
 struct Material
 {
     QString name;
@@ -18,6 +26,16 @@ struct Material
     double roughness = 0.6;
     QImage texture;      ///< null: the colour alone
     QString textureName; ///< base name of the texture's file, without suffix
+
+    double opacity = 1;
+    Alpha alpha = Alpha::opaque;
+    bool doubleSided = false;
+    bool unlit = false;
+    double clearCoat = 0;
+    Vec3 emissive = {0, 0, 0};
+    QImage emissiveTexture = {};
+    QImage normalTexture = {};
+    QImage surfaceTexture = {}; ///< red occlusion, green roughness, blue metallic
 };
 
 struct Part

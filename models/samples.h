@@ -14,4 +14,11 @@ Model texturedCube();
 /// A wavy grid of 4 by 4 units with at least `triangles` triangles (two for each cell of a square number of cells).
 Model wavyGrid(int triangles);
 
+/// Balls from smooth to rough (left to right) and from plastic to metal (top to bottom).
+Model materialGrid();
+
+/// One thing for each way to describe a surface: bricks with normals, occlusion and roughness, a lantern that glows, a
+/// leaf that is cut out, a ball of red glass, a lacquered ball, and a sign that light does not change.
+Model surfaceSamples();
+
 } // namespace ov3d::models

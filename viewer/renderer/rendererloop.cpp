@@ -139,23 +139,22 @@ protocol::Answer RendererLoop::load(const protocol::LoadRequest& request, int at
     m_frame = attached >= 0 ? protocol::FrameMemory::map(attached, request.max_frame_bytes) : protocol::FrameMemory();
     m_pictures.clearModel();
 
-    ImportRequest import;
-    import.path = request.path;
-    import.model_format = request.model_format;
-    import.without_textures = request.without_textures;
-    import.list_only = request.list_only;
-    import.progress = [this](int percent) { send(protocol::Progress{percent * kImportShare / 100});
-};
-ImportResult result = importModel(import);
-if (!result.ok)
-    return failed(result.reason);
-if (request.list_only)
-    return loadedFrom(result.model);
+    ImportRequest wanted;
+    wanted.path = request.path;
+    wanted.model_format = request.model_format;
+    wanted.without_textures = request.without_textures;
+    wanted.list_only = request.list_only;
+    wanted.progress = [this](int percent) { send(protocol::Progress{percent * kImportShare / 100}); };
+    ImportResult result = importModel(wanted);
+    if (!result.ok)
+        return failed(result.reason);
+    if (request.list_only)
+        return loadedFrom(result.model);
 
-m_pictures.setModel(std::move(result.model));
-send(protocol::Progress{kScenePercent});
-return loadedFrom(m_pictures.model());
-} // namespace ov3d::renderer
+    m_pictures.setModel(std::move(result.model));
+    send(protocol::Progress{kScenePercent});
+    return loadedFrom(m_pictures.model());
+}
 
 protocol::Answer RendererLoop::render(const protocol::RenderRequest& request)
 {
@@ -164,7 +163,7 @@ protocol::Answer RendererLoop::render(const protocol::RenderRequest& request)
         return failed("there is no memory for the picture");
     if (!m_pictures.draw(request, m_frame.data(), m_frame.size(), reason))
         return failed(reason);
-    return protocol::Rendered{request.serial, request.width, request.height};
+    return protocol::Rendered{request.serial, request.width, request.height, m_pictures.note()};
 }
 
 } // namespace ov3d::renderer

@@ -157,7 +157,10 @@ bool RendererClient::render(int width, int height, protocol::Quality quality, co
     request.height = height;
     request.quality = quality;
     request.settings = settings;
-    request.status = fittedStatus(m_loaded, azimuth, elevation, width, height);
+    request.tile = tile;
+    const bool isWhole = tile == protocol::Tile{};
+    request.status = fittedStatus(m_loaded, azimuth, elevation, isWhole ? width : tile.whole_width,
+                                  isWhole ? height : tile.whole_height);
     OV3DOBJECT::SceneStatus& status = request.status;
     status.intrinsics[2] = centreX;
     status.intrinsics[5] = centreY;

@@ -58,6 +58,9 @@ public:
     double distance = 1;
     bool parallel = false;
 
+    /// The part of a larger picture that `draw` draws; all zero for the whole one.
+    ov3d::protocol::Tile tile;
+
 private:
     /// Takes messages until an answer that is no Progress. @return false when none came.
     bool receiveAnswer(ov3d::protocol::Answer& answer);

@@ -79,6 +79,7 @@ void FileChecksTest::brokenFilesAreRefusedInPlainWords_data()
     QTest::newRow("GLB: nested without end")
         << glbFormat << glb(chunk("JSON", QByteArray(200000, '['))) << "is nested too deeply";
     QTest::newRow("glTF: nested without end") << int{kFormatGltf} << QByteArray(200000, '{') << "is nested too deeply";
+    QTest::newRow("FBX: another file") << int{kFormatFbx} << QByteArray("whatever") << "is no FBX file";
     QTest::newRow("OBJ in UTF-16 with a mark")
         << int{kFormatObj} << QByteArray("\xFF\xFEv\0", 4) << "is written in UTF-16; only UTF-8 text can be read";
     QTest::newRow("OBJ in UTF-16 without a mark")
@@ -107,7 +108,6 @@ void FileChecksTest::soundFilesPass_data()
     QTest::newRow("STL as bytes") << int{kFormatStl} << stl(3, 3);
     QTest::newRow("STL as bytes that begin like text") << int{kFormatStl} << "solid" + stl(2, 2).mid(5);
     QTest::newRow("OBJ with a UTF-8 mark") << int{kFormatObj} << QByteArray("\xEF\xBB\xBFv 0 0 0\n");
-    QTest::newRow("FBX of any content") << int{kFormatFbx} << QByteArray("whatever");
 }
 
 void FileChecksTest::soundFilesPass()

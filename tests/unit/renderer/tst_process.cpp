@@ -105,7 +105,7 @@ void RendererProcessTest::brokenFilesAreRefusedAndTheProcessLivesOn_data()
     const QByteArray glb = modelfiles::triangleGlb();
     QTest::newRow("an empty file") << "x.glb" << QByteArray() << "is empty";
     QTest::newRow("GLB cut off") << "x.glb" << glb.left(glb.size() / 2) << "ends in the middle of its data";
-    QTest::newRow("no glTF at all") << "x.gltf" << QByteArray("{ \"asset\": ") << "is not valid glTF";
+    QTest::newRow("no glTF at all") << "x.gltf" << QByteArray("{ \"asset\": ") << "is not valid JSON";
     QTest::newRow("a face without vertices") << "x.obj" << QByteArray("f 1 2 3\n") << "";
     QTest::newRow("an OBJ of remarks") << "x.obj" << QByteArray("# nothing\n") << "";
     QTest::newRow("positions that are no numbers")
@@ -114,7 +114,7 @@ void RendererProcessTest::brokenFilesAreRefusedAndTheProcessLivesOn_data()
                                  << "";
     QTest::newRow("STL as text, cut off")
         << "x.stl" << QByteArray("solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1") << "";
-    QTest::newRow("3MF") << "x.3mf" << QByteArray("PK\3\4") << "cannot be read yet";
+    QTest::newRow("3MF cut off") << "x.3mf" << QByteArray("PK\3\4") << "ends in the middle of its data";
     QTest::newRow("a format that is none") << "x.txt" << QByteArray("text") << "is of no format that can be read";
 }
 

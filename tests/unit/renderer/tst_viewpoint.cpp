@@ -2,6 +2,10 @@
 #include "tests/support/testmain.h"
 #include "viewer/renderer/picture/viewpoint.h"
 
+#include <QPointF>
+#include <QRect>
+#include <cmath>
+
 using namespace ov3d;
 using renderer::ModelFrame;
 using renderer::Viewpoint;
@@ -22,6 +26,18 @@ camera::Pose poseBefore(const ModelFrame& frame, double distance)
     return pose;
 }
 
+/// Where a point lands, in pixels of a picture of that size, y downwards: the projection that VTK makes of a viewpoint.
+QPointF landing(const Viewpoint& view, camera::Vec3 point, int width, int height)
+{
+    const camera::Vec3 offset = point - view.position;
+    const double depth = dot(offset, view.forward);
+    const double half = view.parallel ? view.parallel_scale : depth * std::tan(view.view_angle * M_PI / 360);
+    const camera::Vec3 right = cross(view.forward, view.up);
+    const double x = dot(offset, right) / (half * width / height) - view.window_centre_x;
+    const double y = dot(offset, view.up) / half - view.window_centre_y;
+    return {(x + 1) / 2 * width, (1 - y) / 2 * height};
+}
+
 } // namespace
 
 class ViewpointTest : public TestBase
@@ -36,6 +52,10 @@ private Q_SLOTS:
     void parallelCameraInsideStepsBackOutOfTheModel();
     void modelBehindTheCameraGivesUsableDepths();
     void principalPointRightAndBelowMovesTheFrustumLeftAndUp();
+    void partThatIsTheWholeIsTheSameToTheBit();
+    void partSeesAPointWhereTheWholeSeesIt_data();
+    void partSeesAPointWhereTheWholeSeesIt();
+    void widerReachMovesTheDepthsApart();
 };
 
 void ViewpointTest::modelsOfAnySizeAndPlaceAreSeenAlike_data()
@@ -96,6 +116,54 @@ void ViewpointTest::principalPointRightAndBelowMovesTheFrustumLeftAndUp()
     const Viewpoint view = viewpointOf(pose, {}, 1000, 500);
     QCOMPARE(view.window_centre_x, -0.25);
     QCOMPARE(view.window_centre_y, 0.2);
+}
+
+void ViewpointTest::partThatIsTheWholeIsTheSameToTheBit()
+{
+    camera::Pose pose = poseBefore({}, 4);
+    pose.centre_x = 0.123;
+    const Viewpoint whole = viewpointOf(pose, {}, 641, 479);
+    const Viewpoint part = viewpointOfPart(whole, 641, 479, {0, 0, 641, 479});
+    QVERIFY(part.view_angle == whole.view_angle && part.parallel_scale == whole.parallel_scale);
+    QVERIFY(part.window_centre_x == whole.window_centre_x && part.window_centre_y == whole.window_centre_y);
+}
+
+void ViewpointTest::partSeesAPointWhereTheWholeSeesIt_data()
+{
+    QTest::addColumn<bool>("parallel");
+    QTest::addColumn<QRect>("part");
+    for (const bool parallel : {false, true}) {
+        const QByteArray lens = parallel ? "parallel, " : "perspective, ";
+        QTest::newRow(lens + "upper left corner") << parallel << QRect(0, 0, 100, 80);
+        QTest::newRow(lens + "lower right corner") << parallel << QRect(500, 300, 140, 180);
+        QTest::newRow(lens + "a narrow strip") << parallel << QRect(200, 0, 3, 480);
+    }
+}
+
+void ViewpointTest::partSeesAPointWhereTheWholeSeesIt()
+{
+    QFETCH(bool, parallel);
+    QFETCH(QRect, part);
+    camera::Pose pose = poseBefore({}, 4);
+    pose.parallel = parallel;
+    pose.centre_x = 0.2;
+    pose.centre_y = -0.1;
+    const Viewpoint whole = viewpointOf(pose, {}, 640, 480);
+    const Viewpoint cut =
+        viewpointOfPart(whole, 640, 480, {part.x(), part.y(), part.width(), part.height()});
+    for (const camera::Vec3 point : {camera::Vec3{0.3, 0.4, 0.1}, camera::Vec3{-0.7, -0.2, 0.5}}) {
+        const QPointF inWhole = landing(whole, point, 640, 480);
+        const QPointF inPart = landing(cut, point, part.width(), part.height()) + part.topLeft();
+        QVERIFY2((inWhole - inPart).manhattanLength() < 1e-6,
+                 qPrintable(QString("%1, %2").arg(inWhole.x() - inPart.x()).arg(inWhole.y() - inPart.y())));
+    }
+}
+
+void ViewpointTest::widerReachMovesTheDepthsApart()
+{
+    const Viewpoint view = viewpointOf(poseBefore({}, 4), {}, 640, 480, 1.5);
+    QVERIFY(qAbs(view.nearest - 2.5) < 1e-9);
+    QVERIFY(qAbs(view.farthest - 5.5) < 1e-9);
 }
 
 OV3D_TEST_MAIN(ViewpointTest)

@@ -3,6 +3,7 @@
 #include "src/render/viewcontext.h"
 #include "viewer/renderer/import/filebytes.h"
 #include "viewer/renderer/import/filechecks.h"
+#include "viewer/renderer/import/gltfcheck.h"
 #include "viewer/renderer/import/importwords.h"
 #include "viewer/renderer/import/materialreader.h"
 #include "viewer/renderer/import/sandboxedfiles.h"
@@ -20,6 +21,8 @@
 
 namespace ov3d::renderer {
 namespace {
+
+const char* const kNoMemory = "needs more memory than allowed";
 
 /// Shares of the whole import, in percent.
 constexpr int kReadShare = 60;
@@ -134,8 +137,8 @@ void configure(Assimp::Importer& importer)
 }
 
 /// Reads, repairs and prepares. @return the scene, owned by the importer, or nothing with a reason.
-const aiScene* readScene(Assimp::Importer& importer, const std::string& name, std::vector<std::string>& notes,
-                         std::string& message)
+const aiScene* readScene(Assimp::Importer& importer, const std::string& name, std::int32_t format,
+                         std::vector<std::string>& notes, std::string& message)
 {
     const aiScene* scene = importer.ReadFile(name, 0);
     if (scene == nullptr) {
@@ -143,11 +146,34 @@ const aiScene* readScene(Assimp::Importer& importer, const std::string& name, st
         return nullptr;
     }
     // Assimp offers no other way to mend a scene before it works on it.
-    notes = repairScene(const_cast<aiScene&>(*scene));
+    // Of an FBX's shapes Assimp does not say how far they are set; nearly always they are not.
+    const bool shapesAtWeights = format == kFormatGltf || format == kFormatGlb;
+    for (std::string& note : repairScene(const_cast<aiScene&>(*scene), shapesAtWeights))
+        notes.push_back(std::move(note));
     scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_SortByPType);
     if (scene == nullptr)
         message = importer.GetErrorString();
     return scene;
+}
+
+/// Checks the inside of a glTF, and hides what Assimp had better not see. @return why not, or an empty text.
+std::string prepareGltf(std::int32_t format, FileBytes& bytes, const SideFiles& sideFiles,
+                        std::vector<std::string>& notes)
+{
+    const GltfParts parts = gltfParts(format, bytes.data(), bytes.size());
+    const GltfCheck check = checkGltf(parts.json, parts.binary, sideFiles);
+    if (!check.reason.empty())
+        return check.reason;
+    notes.insert(notes.end(), check.notes.begin(), check.notes.end());
+    if (!check.json.empty()) {
+        const bool assigned = bytes.assign(format == kFormatGltf ? check.json : makeGlb({check.json, parts.binary}));
+        return assigned ? "" : kNoMemory;
+    }
+    const char* begin = reinterpret_cast<const char*>(bytes.data());
+    for (const std::string_view name : check.hidden)
+        if (!bytes.overwrite(static_cast<std::size_t>(name.data() - begin), '-'))
+            return kNoMemory;
+    return {};
 }
 
 ImportResult failed(const std::string& reason)
@@ -175,6 +201,10 @@ ImportResult AssimpImporter::read(const ImportRequest& request)
 
     SideFiles sideFiles(request.path);
     ImportResult result;
+    if (request.model_format == kFormatGltf || request.model_format == kFormatGlb)
+        result.reason = prepareGltf(request.model_format, bytes, sideFiles, result.model.notes);
+    if (!result.reason.empty())
+        return result;
     Assimp::Importer importer;
     keepOnly(importer, suffix);
     configure(importer);
@@ -184,7 +214,7 @@ ImportResult AssimpImporter::read(const ImportRequest& request)
     importer.SetProgressHandler(new ProgressReport(request.progress, 0, kReadShare));
 
     std::string message;
-    const aiScene* scene = readScene(importer, name, result.model.notes, message);
+    const aiScene* scene = readScene(importer, name, request.model_format, result.model.notes, message);
     if (scene == nullptr)
         return failed(plainReason(message, request.model_format, name, sideFiles.missing()));
     request.progress(kPrepareShare);

@@ -53,6 +53,32 @@ void FileBytes::release()
     m_size = m_mapped = 0;
 }
 
+bool FileBytes::assign(std::string_view bytes)
+{
+    void* mapped = ::mmap(nullptr, bytes.size(), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED)
+        return false;
+    // Copied before the old bytes go: they may be the same.
+    std::memcpy(mapped, bytes.data(), bytes.size());
+    release();
+    m_data = static_cast<const std::uint8_t*>(mapped);
+    m_size = m_mapped = bytes.size();
+    return true;
+}
+
+bool FileBytes::overwrite(std::size_t at, std::uint8_t byte)
+{
+    if (at >= m_size)
+        return false;
+    // One page alone, since private writable pages count for the memory limit.
+    const auto pageBytes = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    auto* page = const_cast<std::uint8_t*>(m_data) + at / pageBytes * pageBytes;
+    if (::mprotect(page, 1, PROT_READ | PROT_WRITE) != 0)
+        return false;
+    page[at % pageBytes] = byte;
+    return true;
+}
+
 bool FileBytes::open(const std::string& path, std::string& reason)
 {
     release();

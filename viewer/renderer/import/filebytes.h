@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace ov3d::renderer {
 
@@ -21,12 +22,18 @@ public:
     /// empty").
     bool open(const std::string& path, std::string& reason);
 
+    /// Holds a copy of these bytes instead, which counts for the memory limit. @return false without memory.
+    bool assign(std::string_view bytes);
+
     [[nodiscard]] bool isOpen() const { return m_data != nullptr; }
     [[nodiscard]] const std::uint8_t* data() const { return m_data; }
     [[nodiscard]] std::size_t size() const { return m_size; }
 
     /// Shows only the beginning from now on. `size` is at most the present size.
     void truncate(std::size_t size) { m_size = size; }
+
+    /// Changes a byte of what this process sees; the file keeps its own. @return whether the system let us.
+    bool overwrite(std::size_t at, std::uint8_t byte);
 
 private:
     void release();

@@ -1,7 +1,10 @@
 #include "viewer/renderer/import/filechecks.h"
 
 #include "src/render/viewcontext.h"
+#include "viewer/renderer/import/fbxcheck.h"
+#include "viewer/renderer/import/littleendian.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string_view>
@@ -9,18 +12,13 @@
 namespace ov3d::renderer {
 namespace {
 
-constexpr std::uint32_t kGlbMagic = 0x46546C67;     // "glTF"
-constexpr std::uint32_t kGlbJsonChunk = 0x4E4F534A; // "JSON"
+constexpr std::uint32_t kGlbMagic = 0x46546C67;       // "glTF"
+constexpr std::uint32_t kGlbJsonChunk = 0x4E4F534A;   // "JSON"
+constexpr std::uint32_t kGlbBinaryChunk = 0x004E4942; // "BIN"
 constexpr std::size_t kGlbHeaderBytes = 12;
 constexpr std::size_t kGlbChunkHeaderBytes = 8;
 constexpr std::size_t kStlHeaderBytes = 84;
 constexpr std::size_t kStlFacetBytes = 50;
-
-std::uint32_t littleEndian32(const std::uint8_t* bytes)
-{
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
 
 std::string grouped(std::uint64_t number)
 {
@@ -44,18 +42,7 @@ std::string checkJson(const std::uint8_t* data, std::size_t size)
     return nestsTooDeeply(reinterpret_cast<const char*>(data), size) ? "is nested too deeply" : "";
 }
 
-std::string checkGlb1(const std::uint8_t* data, std::size_t length)
-{
-    constexpr std::size_t header = kGlbHeaderBytes + kGlbChunkHeaderBytes;
-    if (length < header)
-        return "ends in the middle of its header";
-    const std::uint64_t jsonLength = littleEndian32(data + kGlbHeaderBytes);
-    if (header + jsonLength > length)
-        return "has a part that reaches beyond its end";
-    return checkJson(data + header, jsonLength);
-}
-
-std::string checkGlb2(const std::uint8_t* data, std::size_t length)
+std::string checkGlbChunks(const std::uint8_t* data, std::size_t length)
 {
     bool first = true;
     for (std::size_t at = kGlbHeaderBytes; at < length; first = false) {
@@ -84,13 +71,14 @@ FileCheck checkGlb(const std::uint8_t* data, std::size_t size)
         return {"is no GLB file", size};
     const std::uint32_t version = littleEndian32(data + 4);
     const std::uint64_t length = littleEndian32(data + 8);
-    if (version != 1 && version != 2)
-        return {"is of GLB version " + std::to_string(version) + ", which cannot be read", size};
-    if (length > size)
+    // Other versions than these may keep something else in the place of the length.
+    if ((version == 1 || version == 2) && length > size)
         return {endsEarly(size, length), size};
+    if (version != 2)
+        return {"is of GLB version " + std::to_string(version) + ", which cannot be read", size};
     if (length < kGlbHeaderBytes)
         return {"gives a wrong length in its header", size};
-    return {version == 1 ? checkGlb1(data, length) : checkGlb2(data, length), length};
+    return {checkGlbChunks(data, length), length};
 }
 
 bool beginsWithSolid(const std::uint8_t* data, std::size_t size)
@@ -147,6 +135,50 @@ bool nestsTooDeeply(const char* json, std::size_t size, int limit)
     return false;
 }
 
+GltfParts gltfParts(std::int32_t model_format, const std::uint8_t* data, std::size_t size)
+{
+    const std::string_view all(reinterpret_cast<const char*>(data), size);
+    if (model_format == kFormatGltf)
+        return {all.substr(0, 3) == "\xEF\xBB\xBF" ? all.substr(3) : all, {}};
+    GltfParts parts;
+    for (std::size_t at = kGlbHeaderBytes; size - at >= kGlbChunkHeaderBytes;) {
+        const std::size_t length = littleEndian32(data + at);
+        const std::uint32_t type = littleEndian32(data + at + 4);
+        at += kGlbChunkHeaderBytes;
+        if (type == kGlbJsonChunk && parts.json.empty())
+            parts.json = all.substr(at, length);
+        else if (type == kGlbBinaryChunk && parts.binary.empty())
+            parts.binary = all.substr(at, length);
+        at += std::min(length, size - at);
+    }
+    return parts;
+}
+
+std::string makeGlb(const GltfParts& parts)
+{
+    std::string glb;
+    const auto put32 = [&glb](std::uint64_t value) {
+        for (int shift = 0; shift < 32; shift += 8)
+            glb += static_cast<char>(value >> shift & 0xFF);
+    };
+    const auto padding = [](std::size_t bytes) { return (4 - bytes % 4) % 4; };
+    const std::size_t json = parts.json.size() + padding(parts.json.size());
+    const std::size_t binary = parts.binary.size() + padding(parts.binary.size());
+    glb.reserve(kGlbHeaderBytes + 2 * kGlbChunkHeaderBytes + json + binary);
+    put32(kGlbMagic);
+    put32(2);
+    put32(kGlbHeaderBytes + kGlbChunkHeaderBytes + json + (binary > 0 ? kGlbChunkHeaderBytes + binary : 0));
+    put32(json);
+    put32(kGlbJsonChunk);
+    glb.append(parts.json).append(json - parts.json.size(), ' ');
+    if (binary > 0) {
+        put32(binary);
+        put32(kGlbBinaryChunk);
+        glb.append(parts.binary).append(binary - parts.binary.size(), '\0');
+    }
+    return glb;
+}
+
 FileCheck checkFile(std::int32_t model_format, const std::uint8_t* data, std::size_t size)
 {
     if (size == 0)
@@ -162,6 +194,8 @@ FileCheck checkFile(std::int32_t model_format, const std::uint8_t* data, std::si
         if (isUtf16(data, size))
             return {"is written in UTF-16; only UTF-8 text can be read", size};
         return {checkJson(data, size), size};
+    case kFormatFbx:
+        return {checkFbx(data, size), size};
     default:
         return {"", size};
     }

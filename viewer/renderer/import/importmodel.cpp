@@ -1,5 +1,6 @@
 #include "viewer/renderer/import/assimpimporter.h"
 #include "viewer/renderer/import/importer.h"
+#include "viewer/renderer/import/threemfimporter.h"
 #include "viewer/renderer/process/deepstack.h"
 
 #include "src/render/viewcontext.h"
@@ -53,7 +54,7 @@ ImportResult readGuarded(const ImportRequest& request)
 {
     try {
         if (request.model_format == kFormat3mf)
-            return failed("cannot be read yet: 3MF is not supported");
+            return ThreeMfImporter().read(request);
         return AssimpImporter().read(request);
     } catch (const std::bad_alloc&) {
         return failed(kNoMemory);

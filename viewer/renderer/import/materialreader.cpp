@@ -14,7 +14,10 @@ namespace ov3d::renderer {
 namespace {
 
 /// What has no material of its own is shown in a light, slightly warm grey.
-constexpr float kNeutral[4] = {0.80f, 0.79f, 0.77f, 1.0f};
+constexpr float kNeutral[4] = {0.70f, 0.69f, 0.67f, 1.0f};
+
+/// Even the clearest glass stays visible on a page.
+constexpr float kMostTransmission = 0.8f;
 
 Wrap wrapFrom(aiTextureMapMode mode)
 {
@@ -46,6 +49,12 @@ bool has(const aiMaterial& material, const char* key)
 bool isSpecularGlossiness(const aiMaterial& material)
 {
     return has(material, "$mat.glossinessFactor");
+}
+
+float number(const aiMaterial& material, const char* key, unsigned type, unsigned index, float absent)
+{
+    float value = absent;
+    return material.Get(key, type, index, value) == aiReturn_SUCCESS && std::isfinite(value) ? value : absent;
 }
 
 float clamped(float value)
@@ -101,12 +110,6 @@ TextureData copyEmbedded(const aiTexture& source, const std::string& name)
 
 } // namespace
 
-float displayedFromLinear(float linear)
-{
-    const float value = clamped(linear);
-    return value <= 0.0031308f ? value * 12.92f : 1.055f * std::pow(value, 1.0f / 2.4f) - 0.055f;
-}
-
 MaterialReader::MaterialReader(const aiScene& scene, const ImportRequest& request, SideFiles& sideFiles,
                                ModelData& model)
     : m_scene(scene)
@@ -129,15 +132,18 @@ MaterialData MaterialReader::read(unsigned index)
     out.name = name.C_Str();
     requireAllTextures(material);
 
-    const BaseTexture texture = baseTexture(material);
-    if (!texture.name.empty() && !m_request.without_textures && !m_request.list_only)
+    const TextureUse texture = baseTexture(material);
+    if (!texture.name.empty())
         out.base_texture = loadTexture(texture.name);
     out.wrap = texture.wrap;
 
     const bool ownColours = m_request.model_format != kFormatStl && out.name != AI_DEFAULT_MATERIAL_NAME;
     if (ownColours) {
         readColour(material, out.base_texture >= 0, out);
+        readSurface(material, out);
+        readEmission(material, out);
         readAlpha(material, texture, out);
+        readMaps(material, out);
     }
     int shading = 0;
     out.unlit = material.Get(AI_MATKEY_SHADING_MODEL, shading) == aiReturn_SUCCESS &&
@@ -152,32 +158,49 @@ bool MaterialReader::hasLinearColours() const
 
 TexcoordUse MaterialReader::texcoordUse(unsigned index) const
 {
-    TexcoordUse use;
-    if (index >= m_scene.mNumMaterials)
-        return use;
-    const aiMaterial& material = *m_scene.mMaterials[index];
-    const BaseTexture texture = baseTexture(material);
-    use.set = texture.texcoords;
-    aiUVTransform transform;
-    if (material.Get(AI_MATKEY_UVTRANSFORM(static_cast<aiTextureType>(texture.type), 0), transform) == aiReturn_SUCCESS)
-        isGltf(m_request.model_format) ? applyGltfTransform(transform, use) : applyTransform(transform, use);
-    return use;
+    return index < m_scene.mNumMaterials ? leadingTexture(*m_scene.mMaterials[index]).texcoords : TexcoordUse();
 }
 
-MaterialReader::BaseTexture MaterialReader::baseTexture(const aiMaterial& material) const
+MaterialReader::TextureUse MaterialReader::textureUse(const aiMaterial& material,
+                                                      std::initializer_list<int> types) const
 {
-    std::vector<aiTextureType> types{aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE};
-    if (isSpecularGlossiness(material))
-        std::reverse(types.begin(), types.end());
-    for (const aiTextureType type : types) {
+    for (const int number : types) {
+        const auto type = static_cast<aiTextureType>(number);
         aiString path;
-        unsigned set = 0;
+        TextureUse use;
         aiTextureMapMode modes[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
-        if (material.GetTexture(type, 0, &path, nullptr, &set, nullptr, nullptr, modes) == aiReturn_SUCCESS &&
-            path.length > 0)
-            return {type, path.C_Str(), set, wrapFrom(modes[0])};
+        if (material.GetTexture(type, 0, &path, nullptr, &use.texcoords.set, nullptr, nullptr, modes) !=
+                aiReturn_SUCCESS ||
+            path.length == 0)
+            continue;
+        use.type = number;
+        use.name = path.C_Str();
+        use.wrap = wrapFrom(modes[0]);
+        aiUVTransform transform;
+        if (material.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) == aiReturn_SUCCESS)
+            isGltf(m_request.model_format) ? applyGltfTransform(transform, use.texcoords)
+                                           : applyTransform(transform, use.texcoords);
+        return use;
     }
     return {};
+}
+
+MaterialReader::TextureUse MaterialReader::baseTexture(const aiMaterial& material) const
+{
+    return isSpecularGlossiness(material) ? textureUse(material, {aiTextureType_DIFFUSE, aiTextureType_BASE_COLOR})
+                                          : textureUse(material, {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE});
+}
+
+MaterialReader::TextureUse MaterialReader::leadingTexture(const aiMaterial& material) const
+{
+    TextureUse base = baseTexture(material);
+    if (!base.name.empty())
+        return base;
+    return textureUse(material,
+                      {aiTextureType_NORMALS, aiTextureType_UNKNOWN, aiTextureType_DIFFUSE_ROUGHNESS,
+                       aiTextureType_METALNESS, aiTextureType_SPECULAR, aiTextureType_EMISSIVE,
+                       aiTextureType_EMISSION_COLOR, aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION,
+                       aiTextureType_NORMAL_CAMERA, aiTextureType_HEIGHT, aiTextureType_OPACITY});
 }
 
 void MaterialReader::readColour(const aiMaterial& material, bool textured, MaterialData& out) const
@@ -197,7 +220,7 @@ void MaterialReader::readColour(const aiMaterial& material, bool textured, Mater
     out.base_colour[3] = isGltf(m_request.model_format) ? clamped(colour.a) : 1.0f;
 }
 
-void MaterialReader::readAlpha(const aiMaterial& material, const BaseTexture& texture, MaterialData& out) const
+void MaterialReader::readAlpha(const aiMaterial& material, const TextureUse& texture, MaterialData& out)
 {
     aiString mode;
     if (material.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS) {
@@ -207,6 +230,12 @@ void MaterialReader::readAlpha(const aiMaterial& material, const BaseTexture& te
                                                                   : AlphaMode::opaque;
         if (out.alpha_mode == AlphaMode::opaque)
             out.base_colour[3] = 1.0f;
+        // What lets light through is shown as what hides less: nothing behind it is bent, as by a thin pane.
+        const float transmission = clamped(number(material, AI_MATKEY_TRANSMISSION_FACTOR, 0.0f));
+        if (transmission > 0.0f) {
+            out.base_colour[3] *= 1.0f - kMostTransmission * transmission;
+            out.alpha_mode = AlphaMode::blend;
+        }
         return;
     }
 
@@ -216,10 +245,141 @@ void MaterialReader::readAlpha(const aiMaterial& material, const BaseTexture& te
         out.base_colour[3] = opacity;
         out.alpha_mode = AlphaMode::blend;
     }
-    aiString opacityMap;
-    if (material.GetTexture(aiTextureType_OPACITY, 0, &opacityMap) == aiReturn_SUCCESS &&
-        texture.name == opacityMap.C_Str())
+    const TextureUse opacityMap = textureUse(material, {aiTextureType_OPACITY});
+    if (opacityMap.name.empty())
+        return;
+    if (opacityMap.name != texture.name)
+        out.opacity_texture = loadTexture(opacityMap.name);
+    if (opacityMap.name == texture.name || out.opacity_texture >= 0)
         out.alpha_mode = AlphaMode::blend;
+}
+
+void MaterialReader::readSurface(const aiMaterial& material, MaterialData& out) const
+{
+    int twoSided = 0;
+    if (isGltf(m_request.model_format))
+        out.double_sided = material.Get(AI_MATKEY_TWOSIDED, twoSided) == aiReturn_SUCCESS && twoSided != 0;
+    out.clear_coat = clamped(number(material, AI_MATKEY_CLEARCOAT_FACTOR, 0.0f));
+    out.clear_coat_roughness = clamped(number(material, AI_MATKEY_CLEARCOAT_ROUGHNESS_FACTOR, 0.0f));
+
+    if (isSpecularGlossiness(material)) {
+        out.glossiness = clamped(number(material, AI_MATKEY_GLOSSINESS_FACTOR, 1.0f));
+        aiColor4D specular(1, 1, 1, 1);
+        material.Get(AI_MATKEY_COLOR_SPECULAR, specular);
+        out.roughness = 1.0f - out.glossiness;
+        for (unsigned i = 0; i < 3; ++i)
+            out.specular[i] = displayedFromLinear(specular[i]);
+        if (!textureUse(material, {aiTextureType_SPECULAR}).name.empty())
+            return; // pixel by pixel, when the images are there
+        Colour diffuse{};
+        for (std::size_t i = 0; i < 3; ++i)
+            diffuse[i] = linearFromDisplayed(out.base_colour[i]);
+        const MetallicRoughness translated = fromSpecularGlossiness(
+            diffuse, {clamped(specular.r), clamped(specular.g), clamped(specular.b)});
+        // A texture multiplies the scattered colour, so that it must not be mixed with the reflected one.
+        const bool plain = out.base_texture < 0 || translated.metallic > 0.9f;
+        out.metallic = plain ? translated.metallic : 0.0f;
+        for (std::size_t i = 0; plain && i < 3; ++i)
+            out.base_colour[i] = displayedFromLinear(translated.base[i]);
+    } else if (has(material, "$mat.roughnessFactor") &&
+               (m_request.model_format != kFormatFbx || has(material, "$mat.metallicFactor"))) {
+        // Assimp gives every FBX material a roughness, made of the shininess alone.
+        out.roughness = clamped(number(material, AI_MATKEY_ROUGHNESS_FACTOR, 1.0f));
+        out.metallic = clamped(number(material, AI_MATKEY_METALLIC_FACTOR, 0.0f));
+        // The defaults of glTF make a wholly rough metal of what says nothing about its surface, and nobody means one.
+        if (isGltf(m_request.model_format) && out.metallic == 1.0f && out.roughness == 1.0f &&
+            textureUse(material, {aiTextureType_UNKNOWN}).name.empty())
+            out.metallic = 0.0f;
+    } else if (!isGltf(m_request.model_format)) {
+        readPhong(material, out);
+    }
+}
+
+void MaterialReader::readPhong(const aiMaterial& material, MaterialData& out) const
+{
+    aiColor4D specular(0, 0, 0, 1);
+    material.Get(AI_MATKEY_COLOR_SPECULAR, specular);
+    int shading = 0;
+    const bool matte = material.Get(AI_MATKEY_SHADING_MODEL, shading) == aiReturn_SUCCESS &&
+                       (shading == aiShadingMode_Gouraud || shading == aiShadingMode_Flat);
+    const float strength = std::max({clamped(specular.r), clamped(specular.g), clamped(specular.b)}) *
+                           clamped(number(material, AI_MATKEY_SHININESS_STRENGTH, 1.0f));
+    out.roughness =
+        roughnessFromPhong(number(material, AI_MATKEY_SHININESS, 0.0f), matte ? 0.0f : strength);
+    out.metallic = clamped(number(material, AI_MATKEY_METALLIC_FACTOR, 0.0f));
+}
+
+void MaterialReader::readEmission(const aiMaterial& material, MaterialData& out) const
+{
+    aiColor4D emissive(0, 0, 0, 1);
+    material.Get(AI_MATKEY_COLOR_EMISSIVE, emissive);
+    const bool gltf = isGltf(m_request.model_format);
+    for (unsigned i = 0; i < 3; ++i)
+        out.emissive[i] = gltf ? displayedFromLinear(emissive[i]) : clamped(emissive[i]);
+}
+
+void MaterialReader::readMaps(const aiMaterial& material, MaterialData& out)
+{
+    const TexcoordUse leading = leadingTexture(material).texcoords;
+    out.normal_map = readMap(textureUse(material, {aiTextureType_NORMALS, aiTextureType_NORMAL_CAMERA}), leading);
+    out.normal_scale = number(material, AI_MATKEY_GLTF_TEXTURE_SCALE(aiTextureType_NORMALS, 0), 1.0f);
+    if (out.normal_map.texture < 0) {
+        out.normal_map = readMap(textureUse(material, {aiTextureType_HEIGHT}), leading);
+        out.normal_kind = BumpKind::unknown;
+    }
+    out.occlusion_map = readMap(textureUse(material, {aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION}), leading);
+    out.occlusion_strength =
+        clamped(number(material, AI_MATKEY_GLTF_TEXTURE_STRENGTH(aiTextureType_LIGHTMAP, 0), 1.0f));
+
+    const TextureUse emissive = textureUse(material, {aiTextureType_EMISSIVE, aiTextureType_EMISSION_COLOR});
+    out.emissive_map = readMap(emissive, leading);
+    // In older formats the texture alone counts, and what glows where it says so does not glow all over without it.
+    if (!isGltf(m_request.model_format) && !emissive.name.empty())
+        std::fill(std::begin(out.emissive), std::end(out.emissive), out.emissive_map.texture >= 0 ? 1.0f : 0.0f);
+
+    if (isSpecularGlossiness(material)) {
+        out.roughness_map = readMap(textureUse(material, {aiTextureType_SPECULAR}), leading);
+        out.roughness_channels = RoughnessChannels::specular_glossiness;
+    } else if (isGltf(m_request.model_format)) {
+        out.roughness_map = readMap(textureUse(material, {aiTextureType_UNKNOWN}), leading);
+    } else {
+        out.roughness_map = readMap(textureUse(material, {aiTextureType_DIFFUSE_ROUGHNESS}), leading);
+        out.roughness_channels = RoughnessChannels::roughness;
+        if (out.roughness_map.texture >= 0) {
+            out.roughness = 1.0f;
+        } else {
+            out.roughness_map = readMap(textureUse(material, {aiTextureType_METALNESS}), leading);
+            out.roughness_channels = RoughnessChannels::metallic;
+            out.metallic = out.roughness_map.texture >= 0 ? 1.0f : out.metallic;
+        }
+    }
+    const bool mapped = std::max({out.normal_map.texture, out.occlusion_map.texture, out.emissive_map.texture,
+                                  out.roughness_map.texture, out.opacity_texture}) >= 0;
+    if (mapped && out.base_texture < 0)
+        out.base_texture = whiteTexture();
+}
+
+TextureMap MaterialReader::readMap(const TextureUse& use, const TexcoordUse& leading)
+{
+    TextureMap map;
+    // A mesh keeps one set of texture coordinates; what uses another one would lie wrongly.
+    if (use.name.empty() || use.texcoords.set != leading.set)
+        return map;
+    const double(&l)[2][3] = leading.m;
+    const double(&u)[2][3] = use.texcoords.m;
+    const double determinant = l[0][0] * l[1][1] - l[0][1] * l[1][0];
+    if (determinant == 0 || !std::isfinite(1.0 / determinant))
+        return map;
+    for (int row = 0; row < 2; ++row) {
+        const double a = (u[row][0] * l[1][1] - u[row][1] * l[1][0]) / determinant;
+        const double b = (u[row][1] * l[0][0] - u[row][0] * l[0][1]) / determinant;
+        map.m[row][0] = static_cast<float>(a);
+        map.m[row][1] = static_cast<float>(b);
+        map.m[row][2] = static_cast<float>(u[row][2] - a * l[0][2] - b * l[1][2]);
+    }
+    map.wrap = use.wrap;
+    map.texture = loadTexture(use.name);
+    return map;
 }
 
 void MaterialReader::requireAllTextures(const aiMaterial& material)
@@ -236,8 +396,21 @@ void MaterialReader::requireAllTextures(const aiMaterial& material)
     }
 }
 
+int MaterialReader::whiteTexture()
+{
+    if (m_white < 0) {
+        m_white = static_cast<int>(m_model.textures.size());
+        TextureData& texture = m_model.textures.emplace_back();
+        texture.width = texture.height = 1;
+        texture.pixels.assign(4, 255);
+    }
+    return m_white;
+}
+
 int MaterialReader::loadTexture(const std::string& name)
 {
+    if (m_request.without_textures || m_request.list_only)
+        return -1;
     if (const auto known = m_loaded.find(name); known != m_loaded.end())
         return known->second;
     int& index = m_loaded[name];

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "viewer/renderer/import/importer.h"
+#include "viewer/renderer/import/materialtranslation.h"
 #include "viewer/renderer/import/sidefiles.h"
 
+#include <initializer_list>
 #include <map>
 #include <string>
 
@@ -11,7 +13,7 @@ struct aiScene;
 
 namespace ov3d::renderer {
 
-/// Which texture coordinates a base texture uses, and how: u' = m[0][0] u + m[0][1] v + m[0][2], v' alike, v upwards.
+/// Which texture coordinates a material uses, and how: u' = m[0][0] u + m[0][1] v + m[0][2], v' alike, v upwards.
 struct TexcoordUse
 {
     unsigned set = 0;
@@ -35,28 +37,38 @@ public:
     [[nodiscard]] bool hasLinearColours() const;
 
 private:
-    struct BaseTexture
+    /// A texture as the file has it.
+    struct TextureUse
     {
         int type = 0; ///< an aiTextureType, 0 for none
         std::string name;
-        unsigned texcoords = 0;
+        TexcoordUse texcoords;
         Wrap wrap = Wrap::repeat;
     };
 
-    [[nodiscard]] BaseTexture baseTexture(const aiMaterial& material) const;
+    [[nodiscard]] TextureUse textureUse(const aiMaterial& material, std::initializer_list<int> types) const;
+    [[nodiscard]] TextureUse baseTexture(const aiMaterial& material) const;
+
+    /// The texture that decides which coordinates the mesh gets: the base texture, or the first of the others.
+    [[nodiscard]] TextureUse leadingTexture(const aiMaterial& material) const;
+
     void readColour(const aiMaterial& material, bool textured, MaterialData& out) const;
-    void readAlpha(const aiMaterial& material, const BaseTexture& texture, MaterialData& out) const;
+    void readAlpha(const aiMaterial& material, const TextureUse& texture, MaterialData& out);
+    void readSurface(const aiMaterial& material, MaterialData& out) const;
+    void readPhong(const aiMaterial& material, MaterialData& out) const;
+    void readEmission(const aiMaterial& material, MaterialData& out) const;
+    void readMaps(const aiMaterial& material, MaterialData& out);
+    TextureMap readMap(const TextureUse& use, const TexcoordUse& leading);
     void requireAllTextures(const aiMaterial& material);
     int loadTexture(const std::string& name);
+    int whiteTexture();
 
     const aiScene& m_scene;
     const ImportRequest& m_request;
     SideFiles& m_sideFiles;
     ModelData& m_model;
     std::map<std::string, int> m_loaded; ///< texture index by name, -1 for one that cannot be had
+    int m_white = -1;
 };
-
-/// A light intensity (linear) as the value that is displayed (sRGB), both 0 to 1.
-float displayedFromLinear(float linear);
 
 } // namespace ov3d::renderer

@@ -43,6 +43,31 @@ enum class Wrap
     mirror,
 };
 
+/// A texture that says something else about a surface than its colour. It is read at the mesh's texture coordinates,
+/// moved by `m`: u' = m[0][0] u + m[0][1] v + m[0][2], v' alike, v upwards.
+struct TextureMap
+{
+    int texture = -1; ///< index into ModelData::textures, or -1
+    Wrap wrap = Wrap::repeat;
+    float m[2][3] = {{1, 0, 0}, {0, 1, 0}};
+};
+
+/// What the channels of a metallic-roughness texture hold.
+enum class RoughnessChannels
+{
+    roughness_metallic,  ///< green roughness, blue metallic, both factors of the material's own
+    specular_glossiness, ///< red, green, blue the reflected colour, as displayed, alpha the glossiness
+    roughness,           ///< every channel the roughness
+    metallic,            ///< every channel how metallic
+};
+
+/// Which way a texture tells what a surface's bumps are.
+enum class BumpKind
+{
+    normals, ///< directions around (0.5, 0.5, 1), green upwards
+    unknown, ///< directions or heights: old formats do not say, the picture does
+};
+
 /// Colours are as displayed (sRGB, 0 to 1).
 struct MaterialData
 {
@@ -52,7 +77,29 @@ struct MaterialData
     Wrap wrap = Wrap::repeat;
     AlphaMode alpha_mode = AlphaMode::opaque;
     float alpha_cutoff = 0.5f;
+    int opacity_texture = -1; ///< its grey multiplies the base texture's alpha, at the same place
     bool unlit = false;
+    bool double_sided = true; ///< both sides of a translucent surface are seen; of opaque ones they always are
+
+    float metallic = 0;
+    float roughness = 0.55f;
+    float emissive[3] = {0, 0, 0};
+    float clear_coat = 0; ///< strength of a layer of lacquer
+    float clear_coat_roughness = 0;
+    float normal_scale = 1;
+    float occlusion_strength = 1;
+
+    // Factors of a specular-glossiness texture.
+    float specular[3] = {1, 1, 1};
+    float glossiness = 1;
+
+    // A material that has one of these has a base texture too, if only a white one.
+    TextureMap roughness_map;
+    RoughnessChannels roughness_channels = RoughnessChannels::roughness_metallic;
+    TextureMap normal_map;
+    BumpKind normal_kind = BumpKind::normals;
+    TextureMap occlusion_map; ///< red: how much of the light from all around arrives
+    TextureMap emissive_map;  ///< multiplied by `emissive`
 };
 
 enum class Primitive

@@ -54,7 +54,7 @@ public:
     void Flush() override {}
 
 private:
-    /// The OBJ reader takes the mark for part of the first keyword.
+    /// Readers take the mark for part of the first word.
     void skipByteOrderMark(bool isText)
     {
         if (isText && m_bytes.size() > 3 && std::memcmp(m_bytes.data(), "\xEF\xBB\xBF", 3) == 0)
@@ -75,6 +75,7 @@ SandboxedFiles::SandboxedFiles(const FileBytes& model, SideFiles& sideFiles, con
     , m_sideFiles(sideFiles)
     , m_modelName(kModelFolder + stem + "." + suffix)
     , m_isObj(suffix == "obj")
+    , m_isText(m_isObj || suffix == "gltf")
     , m_fallbackLibrary(m_isObj ? stem + ".mtl" : std::string())
 {
 }
@@ -94,7 +95,7 @@ Assimp::IOStream* SandboxedFiles::Open(const char* name, const char* mode)
     if (std::strchr(mode, 'r') == nullptr)
         return nullptr;
     if (name == m_modelName)
-        return new BytesStream(m_model, m_isObj);
+        return new BytesStream(m_model, m_isText);
 
     const std::string named = asTheModelNamesIt(name);
     // A guess of Assimp's is not the model's wish: it counts only when it is there.

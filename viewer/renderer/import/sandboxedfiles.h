@@ -33,6 +33,7 @@ private:
     SideFiles& m_sideFiles;
     std::string m_modelName;
     bool m_isObj = false;
+    bool m_isText = false;         ///< of a kind whose reader stumbles over a byte order mark
     std::string m_fallbackLibrary; ///< what Assimp's OBJ reader tries after a missing material library
 };
 

@@ -1,5 +1,7 @@
 #include "viewer/renderer/import/scenechecks.h"
 
+#include "viewer/renderer/import/largepolygons.h"
+
 #include <algorithm>
 #include <assimp/scene.h>
 #include <cmath>
@@ -93,10 +95,44 @@ void repairAttributes(aiMesh& mesh)
         for (unsigned i = 0; texcoords && i < mesh.mNumVertices; ++i)
             if (!isFinite(texcoords[i]))
                 texcoords[i] = aiVector3D();
+}
+
+/// Adds what a shape changes, times its weight. Shapes stand as whole meshes beside the mesh that they change.
+void mix(aiVector3D* values, const aiVector3D* base, const aiVector3D* shape, unsigned count, float weight)
+{
+    for (unsigned i = 0; values && shape && i < count; ++i) {
+        const aiVector3D change = (shape[i] - base[i]) * weight;
+        if (isFinite(change))
+            values[i] += change;
+    }
+}
+
+void mixShapes(aiMesh& mesh)
+{
+    const std::vector<aiVector3D> positions(mesh.mVertices, mesh.mVertices + mesh.mNumVertices);
+    std::vector<aiVector3D> normals;
+    if (mesh.mNormals)
+        normals.assign(mesh.mNormals, mesh.mNormals + mesh.mNumVertices);
+    for (unsigned i = 0; i < mesh.mNumAnimMeshes; ++i) {
+        const aiAnimMesh* shape = mesh.mAnimMeshes[i];
+        if (!shape || shape->mNumVertices != mesh.mNumVertices || !std::isfinite(shape->mWeight) || shape->mWeight == 0)
+            continue;
+        mix(mesh.mVertices, positions.data(), shape->mVertices, mesh.mNumVertices, shape->mWeight);
+        mix(mesh.mNormals, normals.data(), shape->mNormals, mesh.mNumVertices, shape->mWeight);
+    }
+}
+
+void dropShapes(aiMesh& mesh)
+{
     for (unsigned i = 0; mesh.mAnimMeshes && i < mesh.mNumAnimMeshes; ++i)
         delete mesh.mAnimMeshes[i];
     drop(mesh.mAnimMeshes);
     mesh.mNumAnimMeshes = 0;
+}
+
+std::string faces(std::uint64_t count)
+{
+    return std::to_string(count) + (count == 1 ? " face" : " faces");
 }
 
 void repairBones(aiMesh& mesh)
@@ -113,19 +149,26 @@ void repairBones(aiMesh& mesh)
 
 } // namespace
 
-std::vector<std::string> repairScene(aiScene& scene)
+std::vector<std::string> repairScene(aiScene& scene, bool shapesAtWeights)
 {
     std::uint64_t dropped = 0;
+    LargePolygons polygons;
     for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
-        makePoints(*scene.mMeshes[i]);
-        dropped += repairFaces(*scene.mMeshes[i]);
-        repairAttributes(*scene.mMeshes[i]);
-        repairBones(*scene.mMeshes[i]);
+        aiMesh& mesh = *scene.mMeshes[i];
+        if (shapesAtWeights && mesh.mVertices && mesh.mAnimMeshes)
+            mixShapes(mesh);
+        dropShapes(mesh);
+        makePoints(mesh);
+        dropped += repairFaces(mesh);
+        polygons.replace(mesh);
+        repairAttributes(mesh);
+        repairBones(mesh);
     }
     std::vector<std::string> notes;
     if (dropped > 0)
-        notes.push_back(std::to_string(dropped) + (dropped == 1 ? " face" : " faces") +
-                        " with positions that do not exist or are no numbers left out");
+        notes.push_back(faces(dropped) + " with positions that do not exist or are no numbers left out");
+    if (polygons.dropped() > 0)
+        notes.push_back(faces(polygons.dropped()) + " with too many corners left out");
     return notes;
 }
 

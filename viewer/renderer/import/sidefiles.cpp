@@ -56,8 +56,8 @@ std::string withForwardSlashes(std::string name)
     std::replace(name.begin(), name.end(), '\\', '/');
     while (!name.empty() && static_cast<unsigned char>(name.back()) <= ' ')
         name.pop_back();
-    const std::size_t start =
-        std::find_if(name.begin(), name.end(), [](unsigned char c) { return c > ' '; }) - name.begin();
+    const auto start = static_cast<std::size_t>(
+        std::find_if(name.begin(), name.end(), [](unsigned char c) { return c > ' '; }) - name.begin());
     return name.substr(start);
 }
 

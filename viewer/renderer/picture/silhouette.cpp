@@ -1,5 +1,7 @@
 #include "viewer/renderer/picture/silhouette.h"
 
+#include "viewer/renderer/picture/rows.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -53,8 +55,14 @@ void zeroPadding(std::uint8_t* row, int width, std::size_t rowBytes)
     std::memset(row + used, 0, rowBytes - used);
 }
 
-/// Writes the colours of one row where the model is, and notes where that is.
-void resolveRow(const Samples& samples, int y, std::uint8_t* row, std::vector<std::uint8_t>& shown)
+/// Stands for "no model here" until a row is widened: no model's pixel is of this colour.
+bool isKey(const std::uint8_t* pixel)
+{
+    return std::memcmp(pixel, kKeyColour.data(), 3) == 0;
+}
+
+/// Writes the colours of one row where the model is, and the key colour elsewhere.
+void resolveRow(const Samples& samples, int y, std::uint8_t* row)
 {
     const auto needed = static_cast<unsigned>(samples.factor * samples.factor + 1) / 2;
     for (int x = 0; x < samples.width; ++x) {
@@ -63,26 +71,22 @@ void resolveRow(const Samples& samples, int y, std::uint8_t* row, std::vector<st
             if (sample[3] != 0)
                 sum.add(sample);
         });
-        const bool covered = sum.count >= needed;
-        shown[static_cast<std::size_t>(x)] = covered ? 1 : 0;
-        if (covered)
-            store(row, x, avoidKey(sum.average()));
+        store(row, x, sum.count >= needed ? avoidKey(sum.average()) : kKeyColour);
     }
 }
 
-/// Fills the rest of a row: the pixel beside each end of a run takes the end's colour, everything else is key.
-void widenRuns(const std::vector<std::uint8_t>& shown, std::uint8_t* row)
+/// The pixel beside each end of a run takes the end's colour.
+void widenRuns(std::uint8_t* row, int width)
 {
-    const int width = static_cast<int>(shown.size());
+    bool wasShown = false;
     for (int x = 0; x < width; ++x) {
-        if (shown[static_cast<std::size_t>(x)])
-            continue;
-        const std::uint8_t* source = kKeyColour.data();
-        if (x > 0 && shown[static_cast<std::size_t>(x) - 1])
-            source = row + static_cast<std::size_t>(x - 1) * 3;
-        else if (x + 1 < width && shown[static_cast<std::size_t>(x) + 1])
-            source = row + static_cast<std::size_t>(x + 1) * 3;
-        std::memcpy(row + static_cast<std::size_t>(x) * 3, source, 3);
+        std::uint8_t* pixel = row + static_cast<std::size_t>(x) * 3;
+        const bool isShown = !isKey(pixel);
+        if (!isShown && wasShown)
+            std::memcpy(pixel, pixel - 3, 3);
+        else if (!isShown && x + 1 < width && !isKey(pixel + 3))
+            std::memcpy(pixel, pixel + 3, 3);
+        wasShown = isShown;
     }
 }
 
@@ -101,18 +105,17 @@ Rgb avoidKey(Rgb colour)
 
 void writeKeyedPicture(const Samples& samples, std::uint8_t* rgb, std::size_t rowBytes)
 {
-    std::vector<std::uint8_t> shown(static_cast<std::size_t>(samples.width));
-    for (int y = 0; y < samples.height; ++y) {
+    forAllRows(samples.height, [&](int y) {
         std::uint8_t* row = rgb + static_cast<std::size_t>(y) * rowBytes;
-        resolveRow(samples, y, row, shown);
-        widenRuns(shown, row);
+        resolveRow(samples, y, row);
+        widenRuns(row, samples.width);
         zeroPadding(row, samples.width, rowBytes);
-    }
+    });
 }
 
 void writeOpaquePicture(const Samples& samples, std::uint8_t* rgb, std::size_t rowBytes)
 {
-    for (int y = 0; y < samples.height; ++y) {
+    forAllRows(samples.height, [&](int y) {
         std::uint8_t* row = rgb + static_cast<std::size_t>(y) * rowBytes;
         for (int x = 0; x < samples.width; ++x) {
             Sum sum;
@@ -120,7 +123,7 @@ void writeOpaquePicture(const Samples& samples, std::uint8_t* rgb, std::size_t r
             store(row, x, avoidKey(sum.average()));
         }
         zeroPadding(row, samples.width, rowBytes);
-    }
+    });
 }
 
 } // namespace ov3d::renderer

@@ -2,8 +2,12 @@
 
 #include "viewer/camera/scenestatus.h"
 #include "viewer/renderer/import/modeldata.h"
+#include "viewer/renderer/picture/cells.h"
 
 namespace ov3d::renderer {
+
+/// A little more than the unit sphere that a model fills, for rounding and for wide lines.
+inline constexpr double kModelRadius = 1.02;
 
 /// A pose as a renderer wants it: in the model's frame, with the depths between which the model lies.
 struct Viewpoint
@@ -20,7 +24,13 @@ struct Viewpoint
     double farthest = 10;
 };
 
-/// @param width, height pixels of the picture. The model fills the unit sphere of its frame.
-Viewpoint viewpointOf(const camera::Pose& pose, const ModelFrame& frame, int width, int height);
+/// @param width, height pixels of the picture.
+/// @param radius around the frame's origin, in its units: everything that is to be seen lies within.
+Viewpoint viewpointOf(const camera::Pose& pose, const ModelFrame& frame, int width, int height,
+                      double radius = kModelRadius);
+
+/// The same camera, confined to a part of the picture.
+/// @param whole the viewpoint of the picture of `width` x `height` pixels.
+Viewpoint viewpointOfPart(const Viewpoint& whole, int width, int height, const Region& part);
 
 } // namespace ov3d::renderer

@@ -1,5 +1,6 @@
 #include "viewer/renderer/scene/lighting.h"
 
+#include <numbers>
 #include <vtkLight.h>
 #include <vtkNew.h>
 #include <vtkRenderer.h>
@@ -7,39 +8,28 @@
 namespace ov3d::renderer {
 namespace {
 
-using camera::Vec3;
-
-constexpr double kSunIntensity = 0.62;
-constexpr double kFillIntensity = 0.22;
-constexpr double kCameraIntensity = 0.16;
-
-/// In camera axes (right, up, backward): from low at the right.
-constexpr Vec3 kFillDirection{-0.70, 0.25, -0.67};
-
-Vec3 toWorld(Vec3 inCamera, const camera::Pose& pose)
-{
-    return pose.right * inCamera.x + pose.up * inCamera.y + pose.backward * inCamera.z;
-}
-
-void add(vtkRenderer& renderer, Vec3 travels, double intensity)
+void add(vtkRenderer& renderer, const Lamp& lamp)
 {
     vtkNew<vtkLight> light;
     light->SetLightTypeToSceneLight();
     light->SetPositional(false);
-    light->SetPosition(-travels.x, -travels.y, -travels.z);
+    light->SetPosition(-lamp.travels.x, -lamp.travels.y, -lamp.travels.z);
     light->SetFocalPoint(0, 0, 0);
-    light->SetIntensity(intensity);
+    light->SetColor(lamp.light.red, lamp.light.green, lamp.light.blue);
+    // VTK divides by pi what a matt surface sends back.
+    light->SetIntensity(std::numbers::pi);
     renderer.AddLight(light);
 }
 
 } // namespace
 
-void light(vtkRenderer& renderer, const camera::Pose& pose, bool sunFollowsCamera)
+void light(vtkRenderer& renderer, const LightPlan& plan)
 {
     renderer.RemoveAllLights();
-    add(renderer, sunFollowsCamera ? toWorld(pose.sun_direction, pose) : pose.sun_direction, kSunIntensity);
-    add(renderer, toWorld(kFillDirection, pose), kFillIntensity);
-    add(renderer, -pose.backward, kCameraIntensity);
+    for (const Lamp& lamp : plan.lamps)
+        add(renderer, lamp);
+    if (plan.lamps.empty())
+        add(renderer, {{0, -1, 0}, {}});
 }
 
 } // namespace ov3d::renderer

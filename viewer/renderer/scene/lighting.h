@@ -1,15 +1,13 @@
 #pragma once
 
-#include "viewer/camera/scenestatus.h"
+#include "viewer/renderer/environment/lightplan.h"
 
 class vtkRenderer;
 
 namespace ov3d::renderer {
 
-/// Lights the scene as seen from a pose: the sun from where the pose has it, a weak fill light from the other side and
-/// a weaker one from the camera, so that nothing turned to the viewer is black.
-///
-/// @param sunFollowsCamera the pose's sun direction is in camera axes, else in world axes.
-void light(vtkRenderer& renderer, const camera::Pose& pose, bool sunFollowsCamera);
+/// Puts a plan's lamps into the scene, for physically based surfaces (vtkProperty::SetInterpolationToPBR). What comes
+/// from all around is EnvironmentRenderer's. Without lamps there is a black one, since VTK would shade nothing.
+void light(vtkRenderer& renderer, const LightPlan& plan);
 
 } // namespace ov3d::renderer

@@ -2,9 +2,10 @@
 
 #include "viewer/protocol/messages.h"
 #include "viewer/renderer/import/modeldata.h"
+#include "viewer/renderer/scene/materiallook.h"
+#include "viewer/renderer/scene/materialtextures.h"
 
-#include <memory>
-#include <string>
+#include <optional>
 #include <vector>
 #include <vtkSmartPointer.h>
 
@@ -24,30 +25,42 @@ public:
     ModelScene(const ModelScene&) = delete;
     ModelScene& operator=(const ModelScene&) = delete;
 
-    void addTo(vtkRenderer& renderer) const;
-    void removeFrom(vtkRenderer& renderer) const;
+    /// The renderer outlives its place here.
+    void addTo(vtkRenderer& renderer);
+    void removeFrom(vtkRenderer& renderer);
 
-    /// Applies what the settings say about the surface. `pixel` is the width of a picture's pixel in drawn samples.
+    /// Applies what the settings say about the surface, and has the renderer peel depths where that makes something
+    /// translucent. `pixel` is the width of a picture's pixel in drawn samples.
     void apply(const protocol::RenderSettings& settings, int pixel);
 
     [[nodiscard]] const ModelData& model() const { return m_model; }
+
+    /// As of the settings applied last.
     [[nodiscard]] bool hasTranslucentParts() const { return m_translucent; }
 
 private:
-    struct Image
+    /// What draws one of the model's meshes.
+    struct Part
     {
-        vtkSmartPointer<vtkTexture> texture; ///< null when it cannot be read
-        bool cutOut = false;                 ///< some pixels are wholly transparent
-        bool translucent = false;            ///< some are partly so
+        vtkSmartPointer<vtkActor> actor;
+        vtkSmartPointer<vtkActor> inside; ///< the far sides of glass, drawn before everything else; mostly null
+        std::optional<MaterialLook> look; ///< what the actor is set up for
+        bool translucentColours = false;  ///< some vertex is translucent
+        bool translucent = false;         ///< as it is set up
     };
 
-    Image makeImage(const TextureData& data);
-    void addActor(MeshData& mesh);
-    void setUpTransparency(vtkActor& actor, const MeshData& mesh, const MaterialData& material, const Image& image);
+    void addPart(MeshData& mesh);
+    void dress(Part& part, const MeshData& mesh, const MaterialLook& look);
+    void dressInside(Part& part, const MeshData& mesh, const MaterialLook& look);
+    void placeActors();
+    vtkTexture* grain();
 
     ModelData m_model;
-    std::vector<Image> m_images;
-    std::vector<vtkSmartPointer<vtkActor>> m_actors; ///< one for each of the model's meshes
+    vtkRenderer* m_renderer = nullptr;
+    std::vector<SurfaceTextures> m_textures; ///< one for each of the model's materials
+    std::vector<Part> m_parts;               ///< one for each of the model's meshes
+    vtkSmartPointer<vtkTexture> m_grain;     ///< the stone's, made when it is first wanted
+    std::size_t m_points = 0;
     bool m_translucent = false;
 };
 

@@ -1,0 +1,281 @@
+#include "tests/support/testbase.h"
+#include "tests/support/testmain.h"
+#include "tests/unit/renderer/gltffiles.h"
+#include "tests/unit/renderer/modelfolder.h"
+#include "viewer/renderer/import/gltfcheck.h"
+
+#include <QVector>
+
+using namespace ov3d::renderer;
+using gltffiles::Builder;
+using gltffiles::skinnedTriangle;
+using gltffiles::triangle;
+
+namespace {
+
+const QString kBeyond = "has a part that reaches beyond its end";
+
+GltfCheck check(const QByteArray& text, const QByteArray& binary = {}, const QString& model = "/nowhere/model.gltf")
+{
+    const SideFiles sideFiles(model.toStdString());
+    return checkGltf({text.constData(), static_cast<std::size_t>(text.size())},
+                     {binary.constData(), static_cast<std::size_t>(binary.size())}, sideFiles);
+}
+
+QString reason(const Builder& gltf)
+{
+    return QString::fromStdString(check(gltf.text()).reason);
+}
+
+/// A triangle with one member of one list changed.
+Builder changed(Builder gltf, const QString& list, int index, const QString& member, const QJsonValue& value)
+{
+    gltf.change(list, index, member, value);
+    return gltf;
+}
+
+Builder withPrimitive(Builder gltf, const QJsonObject& primitive)
+{
+    gltf.json["meshes"] = QJsonArray{QJsonObject{{"primitives", QJsonArray{primitive}}}};
+    return gltf;
+}
+
+/// Nodes that each hold the next one.
+Builder chain(int depth)
+{
+    Builder gltf = triangle();
+    QJsonArray nodes;
+    for (int i = 1; i < depth; ++i)
+        nodes.append(QJsonObject{{"children", QJsonArray{i}}});
+    nodes.append(QJsonObject{{"mesh", 0}});
+    gltf.json["nodes"] = nodes;
+    return gltf;
+}
+
+Builder sparse(const QVector<quint16>& places)
+{
+    Builder gltf = triangle();
+    gltf.addShorts(places, "SCALAR");
+    gltf.addFloats({5, 5, 5}, "VEC3");
+    gltf.change("accessors", 0, "sparse",
+                QJsonObject{{"count", 1},
+                            {"indices", QJsonObject{{"bufferView", 2}, {"componentType", 5123}}},
+                            {"values", QJsonObject{{"bufferView", 3}}}});
+    return gltf;
+}
+
+} // namespace
+
+class GltfCheckTest : public TestBase
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void soundFilesPass();
+    void damagedFilesAreRefused_data();
+    void damagedFilesAreRefused();
+    void nodeDepthLimitIsExact();
+    void chainOfFiftyThousandNodesIsRefused();
+    void whatNobodyUsesMayBeWrong();
+    void sparseElementsMustExist();
+    void bonesMustExist();
+    void bonesInABufferFileAreLookedAtToo();
+    void buffersOfAGlbMustFit();
+    void missingCompressionIsNamed();
+    void otherRequiredExtensionsAreNoted();
+    void dracoIsNoFault();
+    void animationsAreHidden();
+};
+
+void GltfCheckTest::soundFilesPass()
+{
+    QCOMPARE(reason(triangle()), QString());
+    QCOMPARE(reason(skinnedTriangle({0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0})), QString());
+    QVERIFY(check(triangle().text()).notes.empty());
+}
+
+void GltfCheckTest::damagedFilesAreRefused_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("reason");
+    const auto row = [](const char* name, const Builder& gltf, const QString& why) {
+        QTest::newRow(name) << gltf.text() << why;
+    };
+    const QString invalidView = "is damaged: a view of its data is not valid";
+    const QString noNumbers = "is damaged: a mesh names numbers that do not exist";
+    const QString noKind = "is damaged: a list of numbers is of no valid kind";
+    const QJsonObject position{{"POSITION", 0}};
+    QTest::newRow("no JSON") << QByteArray("glTF") << "is not valid JSON";
+    QTest::newRow("no object") << QByteArray("[]") << "is not valid glTF";
+    QTest::newRow("no version") << QByteArray("{}") << "is not valid glTF: it gives no version";
+    QTest::newRow("version 1") << QByteArray("{\"asset\":{\"version\":\"1.0\"}}")
+                               << "is of glTF version 1.0; only version 2.0 can be read";
+    row("view beyond its buffer", changed(triangle(), "bufferViews", 0, "byteLength", 4096), kBeyond);
+    row("view that begins beyond its buffer", changed(triangle(), "bufferViews", 0, "byteOffset", 1e9), kBeyond);
+    row("view of no buffer", changed(triangle(), "bufferViews", 0, "buffer", 9), invalidView);
+    row("view of negative size", changed(triangle(), "bufferViews", 0, "byteLength", -1), invalidView);
+    row("view of enormous size", changed(triangle(), "bufferViews", 0, "byteLength", 1e15), invalidView);
+    row("more elements than data", changed(triangle(), "accessors", 0, "count", 4), kBeyond);
+    row("elements far apart", changed(triangle(), "bufferViews", 0, "byteStride", 200), kBeyond);
+    row("offset behind the data", changed(triangle(), "accessors", 0, "byteOffset", 4), kBeyond);
+    row("absurd number of elements", changed(triangle(), "accessors", 0, "count", 4e9),
+        "claims more elements than allowed");
+    row("fraction of an element", changed(triangle(), "accessors", 0, "count", 2.5), noKind);
+    row("unknown component", changed(triangle(), "accessors", 0, "componentType", 9), noKind);
+    row("unknown type", changed(triangle(), "accessors", 0, "type", "VEC9"), noKind);
+    row("accessor of no view", changed(triangle(), "accessors", 0, "bufferView", 9),
+        "is damaged: a list of numbers names a view that does not exist");
+    row("positions that do not exist", withPrimitive(triangle(), {{"attributes", QJsonObject{{"POSITION", 7}}}}),
+        noNumbers);
+    row("corners that do not exist", withPrimitive(triangle(), {{"attributes", position}, {"indices", 7}}), noNumbers);
+    row("corners that are no whole numbers", withPrimitive(triangle(), {{"attributes", position}, {"indices", 0}}),
+        "is damaged: the corners of a mesh are no whole numbers");
+    row(
+        "fewer normals than vertices",
+        [&] {
+            Builder gltf = triangle();
+            gltf.addFloats({0, 0, 1}, "VEC3");
+            return withPrimitive(gltf, {{"attributes", QJsonObject{{"POSITION", 0}, {"NORMAL", 2}}}});
+        }(),
+        "is damaged: a mesh has not one value of each kind for each vertex");
+    row(
+        "a shape of fewer vertices",
+        [&] {
+            Builder gltf = triangle();
+            gltf.addFloats({0, 0, 1}, "VEC3");
+            return withPrimitive(gltf,
+                                 {{"attributes", position}, {"targets", QJsonArray{QJsonObject{{"POSITION", 2}}}}});
+        }(),
+        "is damaged: a mesh has not one value of each kind for each vertex");
+    row(
+        "sparse positions as whole numbers",
+        [&] {
+            Builder gltf = sparse({2});
+            gltf.change("accessors", 0, "componentType", 5123);
+            return gltf;
+        }(),
+        "keeps its positions in a way that cannot be read");
+    row("node in itself", changed(triangle(), "nodes", 0, "children", QJsonArray{0}),
+        "is damaged: a node contains itself");
+    row("child that does not exist", changed(triangle(), "nodes", 0, "children", QJsonArray{5}),
+        "is damaged: a node names one that does not exist");
+    row("child twice", changed(triangle(), "nodes", 0, "children", QJsonArray{1, 1}),
+        "is damaged: a node names one that does not exist");
+    row("mesh that does not exist", changed(triangle(), "nodes", 0, "mesh", 5),
+        "is damaged: a node names a mesh that does not exist");
+    for (const int mode : {3, 5, 6})
+        row(qPrintable(QString("short strip of mode %1").arg(mode)),
+            withPrimitive(changed(triangle(), "accessors", 1, "count", 1),
+                          {{"attributes", position}, {"indices", 1}, {"mode", mode}}),
+            "is damaged: a strip has too few corners");
+    row(
+        "image beyond its buffer",
+        [&] {
+            Builder gltf = changed(triangle(), "bufferViews", 1, "byteLength", 4096);
+            gltf.json["images"] = QJsonArray{QJsonObject{{"bufferView", 1}, {"mimeType", "image/png"}}};
+            return withPrimitive(gltf, {{"attributes", position}});
+        }(),
+        kBeyond);
+}
+
+void GltfCheckTest::damagedFilesAreRefused()
+{
+    QFETCH(QByteArray, text);
+    QTEST(QString::fromStdString(check(text).reason), "reason");
+}
+
+void GltfCheckTest::nodeDepthLimitIsExact()
+{
+    QCOMPARE(reason(chain(kMaxNodeDepth)), QString());
+    QCOMPARE(reason(chain(kMaxNodeDepth + 1)), QString("nests its nodes too deeply"));
+}
+
+void GltfCheckTest::chainOfFiftyThousandNodesIsRefused()
+{
+    QCOMPARE(reason(chain(50000)), QString("nests its nodes too deeply"));
+}
+
+void GltfCheckTest::whatNobodyUsesMayBeWrong()
+{
+    Builder gltf = triangle();
+    gltf.addFloats({1, 2, 3}, "VEC3");
+    gltf.change("bufferViews", 2, "byteLength", 100000);
+    QCOMPARE(reason(gltf), QString());
+}
+
+void GltfCheckTest::sparseElementsMustExist()
+{
+    QCOMPARE(reason(sparse({2})), QString());
+    QCOMPARE(reason(sparse({3})), QString("is damaged: a sparse list of numbers changes elements that do not exist"));
+    QCOMPARE(reason(sparse({60000})),
+             QString("is damaged: a sparse list of numbers changes elements that do not exist"));
+}
+
+void GltfCheckTest::bonesMustExist()
+{
+    QCOMPARE(reason(skinnedTriangle({0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0})),
+             QString("is damaged: a vertex hangs on a bone that does not exist"));
+    Builder fewMatrices = skinnedTriangle({0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
+    fewMatrices.change("accessors", 4, "count", 1);
+    QCOMPARE(reason(fewMatrices), QString("is damaged: a skeleton has not one matrix for each bone"));
+    Builder noBone = skinnedTriangle({0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
+    noBone.change("skins", 0, "joints", QJsonArray{1, 77});
+    QCOMPARE(reason(noBone), QString("is damaged: a skeleton names a bone that does not exist"));
+}
+
+void GltfCheckTest::bonesInABufferFileAreLookedAtToo()
+{
+    Builder gltf = skinnedTriangle({0, 0, 0, 0, 9, 0, 0, 0, 1, 0, 0, 0});
+    const QByteArray data = QByteArray::fromBase64(
+        gltf.json["buffers"].toArray()[2].toObject()["uri"].toString().section(',', 1).toLatin1());
+    gltf.change("buffers", 2, "uri", "bones.bin");
+    ModelFolder folder;
+    folder.write("bones.bin", data);
+    QCOMPARE(QString::fromStdString(check(gltf.text(), {}, folder.path("model.gltf")).reason),
+             QString("is damaged: a vertex hangs on a bone that does not exist"));
+}
+
+void GltfCheckTest::buffersOfAGlbMustFit()
+{
+    Builder gltf = triangle();
+    gltf.change("buffers", 0, "uri", QJsonValue(QJsonValue::Undefined));
+    QCOMPARE(check(gltf.text(), QByteArray(36, '\0')).reason, std::string());
+    QCOMPARE(check(gltf.text(), QByteArray(20, '\0')).reason,
+             std::string("ends in the middle of its data (at byte 20 of 36)"));
+}
+
+void GltfCheckTest::missingCompressionIsNamed()
+{
+    Builder gltf = triangle();
+    gltf.json["extensionsRequired"] = QJsonArray{"EXT_meshopt_compression"};
+    QCOMPARE(reason(gltf), QString("is compressed by EXT_meshopt_compression, which cannot be read"));
+}
+
+void GltfCheckTest::otherRequiredExtensionsAreNoted()
+{
+    Builder gltf = triangle();
+    gltf.json["extensionsRequired"] = QJsonArray{"KHR_texture_transform", "KHR_materials_clearcoat", "ACME_dust"};
+    const GltfCheck result = check(gltf.text());
+    QCOMPARE(result.reason, std::string());
+    QCOMPARE(result.notes, std::vector<std::string>{"the extension ACME_dust is not read"});
+}
+
+void GltfCheckTest::dracoIsNoFault()
+{
+    Builder gltf = triangle();
+    gltf.json["extensionsRequired"] = QJsonArray{"KHR_draco_mesh_compression"};
+    QCOMPARE(reason(gltf), QString());
+}
+
+void GltfCheckTest::animationsAreHidden()
+{
+    Builder gltf = triangle();
+    gltf.json["animations"] = QJsonArray{QJsonObject{{"samplers", 7}}};
+    const QByteArray text = gltf.text();
+    const GltfCheck result = check(text);
+    QCOMPARE(result.hidden.size(), std::size_t{1});
+    QCOMPARE(result.hidden.front().data() - text.constData(), static_cast<std::ptrdiff_t>(text.indexOf("animations")));
+}
+
+OV3D_TEST_MAIN(GltfCheckTest)
+#include "tst_gltfcheck.moc"
