@@ -1,5 +1,7 @@
 #include "apps/board/boardoptions.h"
 
+#include <algorithm>
+
 namespace ov3d::apps {
 
 bool parseBoardOptions(const QStringList& words, BoardOptions& options, QString& error)
@@ -26,7 +28,17 @@ bool parseBoardOptions(const QStringList& words, BoardOptions& options, QString&
             return false;
         }
     }
+    const auto documents = std::count_if(options.files.begin(), options.files.end(), isDocumentName);
+    if (documents > 0 && options.files.size() > 1) {
+        error = QStringLiteral("a document is opened alone");
+        return false;
+    }
     return true;
+}
+
+bool isDocumentName(const QString& path)
+{
+    return path.endsWith(QLatin1String(".ovb"), Qt::CaseInsensitive);
 }
 
 } // namespace ov3d::apps

@@ -17,4 +17,7 @@ struct BoardOptions
 /// Reads the words after the program's name. @return false with `error` saying what is wrong.
 bool parseBoardOptions(const QStringList& words, BoardOptions& options, QString& error);
 
+/// Whether a name is that of a document rather than of a model.
+bool isDocumentName(const QString& path);
+
 } // namespace ov3d::apps

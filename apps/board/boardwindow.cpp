@@ -2,55 +2,60 @@
 
 #include "apps/board/pagecommands.h"
 #include "apps/board/pageview.h"
-#include "apps/board/placement.h"
-#include "apps/common/modelfile.h"
+#include "apps/board/settingspanel.h"
 #include "apps/common/plaintext.h"
+#include "viewer/session/commands.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
-#include <QFileDialog>
-#include <QFileInfo>
+#include <QClipboard>
+#include <QDockWidget>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QProgressBar>
 #include <QStatusBar>
+#include <QToolButton>
 
 namespace ov3d::apps {
 
 namespace {
 
-constexpr QSizeF kPageSize(1920, 1080);
 constexpr QSize kWindowSize(1280, 800);
-constexpr QSizeF kInsertedSize(640, 480);
+constexpr int kProgressWidth = 160;
 
-/// The pointer of a busy program for as long as it lives.
-class BusyPointer
+struct NamedView
 {
-public:
-    BusyPointer() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-    ~BusyPointer() { QApplication::restoreOverrideCursor(); }
-    BusyPointer(const BusyPointer&) = delete;
-    BusyPointer& operator=(const BusyPointer&) = delete;
+    const char* name; ///< as the viewer knows it
+    const char* text;
+    const char* shortcut;
+};
+
+constexpr NamedView kViews[] = {
+    {"front", "&Front", "Ctrl+1"}, {"back", "&Back", "Ctrl+2"},     {"left", "&Left", "Ctrl+3"},
+    {"right", "&Right", "Ctrl+4"}, {"top", "&Top", "Ctrl+5"},       {"bottom", "B&ottom", "Ctrl+6"},
+    {"isometric", "&Isometric", "Ctrl+7"},
 };
 
 } // namespace
 
 BoardWindow::BoardWindow(const Services& services)
     : m_services(services)
-    , m_document(services.documentFolder)
-    , m_page(m_document.addPage(kPageSize))
+    , m_view(new PageView(this))
+    , m_settings(new SettingsPanel(this))
 {
-    m_services.framework.setCurrentDocument(&m_document);
-    m_view = new PageView(this);
-    m_view->setPage(m_page);
     setCentralWidget(m_view);
-    m_status = new QLabel(this);
-    m_status->setObjectName(QStringLiteral("statusText"));
-    m_status->setTextFormat(Qt::PlainText);
-    statusBar()->addWidget(m_status, 1);
-    makeMenus();
-    setWindowTitle(QStringLiteral("ov3dboard"));
+    auto* dock = new QDockWidget(QStringLiteral("Settings"), this);
+    dock->setObjectName(QStringLiteral("settingsDock"));
+    dock->setWidget(m_settings);
+    addDockWidget(Qt::RightDockWidgetArea, dock);
+    makeStatusBar();
+    makeFileMenu();
+    makeEditMenu();
+    makePageMenu();
+    makeModelMenu();
+    QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
+    window->addAction(dock->toggleViewAction());
     resize(kWindowSize);
 
     connect(m_view, &PageView::gestureStarted, this, &BoardWindow::say);
@@ -58,158 +63,201 @@ BoardWindow::BoardWindow(const Services& services)
     connect(m_view, &PageView::frameChanged, this, [](CBaseObject* item, const QRectF& before, const QRectF& after) {
         CUndoRedo::GetInstance()->push(new FrameCommand(item, before, after));
     });
-    connect(m_document.undoStack(), &QUndoStack::indexChanged, this, &BoardWindow::updateActions);
-    connect(m_page->scene(), &QGraphicsScene::selectionChanged, this, &BoardWindow::updateActions);
-    updateActions();
+    connect(m_settings, &SettingsPanel::changed, this, &BoardWindow::changeSetting);
+    connect(QApplication::clipboard(), &QClipboard::dataChanged, this, &BoardWindow::updateActions);
+    newDocument();
     say(QStringLiteral("File > Insert model puts a 3D model on the page"));
 }
 
 BoardWindow::~BoardWindow()
 {
+    closeDocument();
     m_services.framework.setCurrentDocument(nullptr);
-    // The view goes before the page's scene.
-    delete m_view;
 }
 
-void BoardWindow::makeMenus()
+void BoardWindow::makeStatusBar()
 {
-    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
-    QAction* insert = file->addAction(QStringLiteral("&Insert model..."), this, &BoardWindow::chooseModel);
-    insert->setShortcut(QKeySequence::Open);
-    QAction* quit = file->addAction(QStringLiteral("&Quit"), this, &QWidget::close);
-    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    m_status = new QLabel(this);
+    m_status->setObjectName(QStringLiteral("statusText"));
+    m_status->setTextFormat(Qt::PlainText);
+    // A long message must not widen the window.
+    m_status->setMinimumWidth(1);
+    m_status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    statusBar()->addWidget(m_status, 1);
+    m_progress = new QProgressBar(this);
+    m_progress->setObjectName(QStringLiteral("loadProgress"));
+    m_progress->setFixedWidth(kProgressWidth);
+    m_cancel = new QToolButton(this);
+    m_cancel->setObjectName(QStringLiteral("cancelLoading"));
+    m_cancel->setText(QStringLiteral("Cancel"));
+    connect(m_cancel, &QToolButton::clicked, this, &BoardWindow::cancelLoading);
+    m_pageNumber = new QLabel(this);
+    m_pageNumber->setObjectName(QStringLiteral("pageNumber"));
+    for (QWidget* widget : {static_cast<QWidget*>(m_progress), static_cast<QWidget*>(m_cancel)}) {
+        statusBar()->addPermanentWidget(widget);
+        widget->hide();
+    }
+    statusBar()->addPermanentWidget(m_pageNumber);
+}
 
-    QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
-    QUndoStack* stack = m_document.undoStack();
-    m_undo = edit->addAction(QStringLiteral("&Undo"), this, [this, stack] {
-        const QString text = m_localize.text(stack->undoText());
-        stack->undo();
-        showUndoState(QStringLiteral("Undone"), text);
-    });
+QAction* BoardWindow::addAction(QMenu& menu, const QString& text, const QKeySequence& shortcut,
+                                void (BoardWindow::*slot)())
+{
+    QAction* action = menu.addAction(text, this, slot);
+    action->setShortcut(shortcut);
+    return action;
+}
+
+void BoardWindow::makeFileMenu()
+{
+    QMenu& menu = *menuBar()->addMenu(QStringLiteral("&File"));
+    addAction(menu, QStringLiteral("&New"), QKeySequence::New, &BoardWindow::newDocument);
+    addAction(menu, QStringLiteral("&Open..."), QKeySequence::Open, &BoardWindow::chooseDocument);
+    QAction* save = menu.addAction(QStringLiteral("&Save"), this, [this] { saveInPlace(); });
+    save->setShortcut(QKeySequence::Save);
+    QAction* saveAs = menu.addAction(QStringLiteral("Save &as..."), this, [this] { chooseFileAndSave(); });
+    saveAs->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+S")));
+    menu.addSeparator();
+    addAction(menu, QStringLiteral("&Insert model..."), QKeySequence(QStringLiteral("Ctrl+I")),
+              &BoardWindow::chooseModel);
+    menu.addSeparator();
+    QAction* quit = menu.addAction(QStringLiteral("&Quit"), this, &QWidget::close);
+    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+}
+
+void BoardWindow::makeEditMenu()
+{
+    QMenu& menu = *menuBar()->addMenu(QStringLiteral("&Edit"));
+    m_undo = menu.addAction(QStringLiteral("&Undo"), this, [this] { undoOrRedo(true); });
     m_undo->setShortcut(QKeySequence(QStringLiteral("Ctrl+Z")));
-    m_redo = edit->addAction(QStringLiteral("&Redo"), this, [this, stack] {
-        const QString text = m_localize.text(stack->redoText());
-        stack->redo();
-        showUndoState(QStringLiteral("Redone"), text);
-    });
+    m_redo = menu.addAction(QStringLiteral("&Redo"), this, [this] { undoOrRedo(false); });
     m_redo->setShortcuts({QKeySequence(QStringLiteral("Ctrl+Shift+Z")), QKeySequence(QStringLiteral("Ctrl+Y"))});
-    edit->addSeparator();
-    m_remove = edit->addAction(QStringLiteral("Re&move model"), this, &BoardWindow::removeSelected);
-    m_remove->setShortcut(QKeySequence::Delete);
+    menu.addSeparator();
+    m_selectionActions << addAction(menu, QStringLiteral("Cu&t"), QKeySequence::Cut, &BoardWindow::cutSelected)
+                       << addAction(menu, QStringLiteral("&Copy"), QKeySequence::Copy, &BoardWindow::copySelected);
+    addAction(menu, QStringLiteral("&Paste"), QKeySequence::Paste, &BoardWindow::paste);
+    m_selectionActions << addAction(menu, QStringLiteral("&Duplicate"), QKeySequence(QStringLiteral("Ctrl+D")),
+                                    &BoardWindow::duplicateSelected)
+                       << addAction(menu, QStringLiteral("Re&move model"), QKeySequence::Delete,
+                                    &BoardWindow::removeSelected);
+}
+
+void BoardWindow::makePageMenu()
+{
+    QMenu& menu = *menuBar()->addMenu(QStringLiteral("&Page"));
+    const auto leaf = [this](int step) {
+        for (int i = 0; i < m_document->pages().pageCount(); ++i) {
+            if (m_document->pages().page(i) == m_page) {
+                showPage(i + step);
+                return;
+            }
+        }
+    };
+    QAction* previous = menu.addAction(QStringLiteral("&Previous page"), this, [leaf] { leaf(-1); });
+    previous->setShortcut(QKeySequence(Qt::Key_PageUp));
+    QAction* next = menu.addAction(QStringLiteral("&Next page"), this, [leaf] { leaf(1); });
+    next->setShortcut(QKeySequence(Qt::Key_PageDown));
+    addAction(menu, QStringLiteral("&Add page"), QKeySequence(QStringLiteral("Ctrl+Shift+N")), &BoardWindow::addPage);
+}
+
+void BoardWindow::makeModelMenu()
+{
+    QMenu& menu = *menuBar()->addMenu(QStringLiteral("&Model"));
+    for (const NamedView& view : kViews) {
+        const QString name = QString::fromLatin1(view.name);
+        QAction* action = menu.addAction(QString::fromLatin1(view.text), this, [this, name] {
+            changeView(kCommandShowView, name, QStringLiteral("View from the %1").arg(name));
+        });
+        action->setShortcut(QKeySequence(QString::fromLatin1(view.shortcut)));
+        m_selectionActions << action;
+    }
+    QAction* reset = menu.addAction(QStringLiteral("R&eset the view"), this, [this] {
+        changeView(kCommandReset, {}, QStringLiteral("Reset the view"));
+    });
+    reset->setShortcut(QKeySequence(QStringLiteral("Ctrl+0")));
+    menu.addSeparator();
+    m_selectionActions << reset
+                       << addAction(menu, QStringLiteral("&Keep the view..."), {}, &BoardWindow::keepView);
+    m_keptViews = menu.addMenu(QStringLiteral("Ret&urn to"));
+    connect(m_keptViews, &QMenu::aboutToShow, this, &BoardWindow::fillKeptViews);
+    menu.addSeparator();
+    m_selectionActions << m_keptViews->menuAction()
+                       << addAction(menu, QStringLiteral("Environment &picture..."), {},
+                                    &BoardWindow::chooseEnvironment)
+                       << addAction(menu, QStringLiteral("&Without environment picture"), {},
+                                    &BoardWindow::removeEnvironment);
+    menu.addSeparator();
+    m_selectionActions << addAction(menu, QStringLiteral("&Save the picture..."), {}, &BoardWindow::savePicture)
+                       << addAction(menu, QStringLiteral("Facts about the &model..."), {}, &BoardWindow::showFacts);
+}
+
+void BoardWindow::undoOrRedo(bool undo)
+{
+    QUndoStack* stack = m_document->pages().undoStack();
+    const QString text = m_localize.text(undo ? stack->undoText() : stack->redoText());
+    undo ? stack->undo() : stack->redo();
+    say(QStringLiteral("%1: %2").arg(undo ? QStringLiteral("Undone") : QStringLiteral("Redone"), text));
 }
 
 void BoardWindow::updateActions()
 {
-    const QUndoStack* stack = m_document.undoStack();
+    if (!m_document)
+        return;
+    const QUndoStack* stack = m_document->pages().undoStack();
     m_undo->setEnabled(stack->canUndo());
     m_redo->setEnabled(stack->canRedo());
-    m_remove->setEnabled(m_view->selectedItem() != nullptr);
+    const bool isSelected = !selectedItems().isEmpty();
+    for (QAction* action : m_selectionActions)
+        action->setEnabled(isSelected);
+    m_settings->showItem(m_view->selectedItem());
+    updateTitle();
     m_view->viewport()->update();
 }
 
 void BoardWindow::say(const QString& text)
 {
     m_status->setText(oneLine(text));
+    m_status->setToolTip(text);
 }
 
-void BoardWindow::showUndoState(const QString& verb, const QString& text)
-{
-    say(QStringLiteral("%1: %2").arg(verb, text));
-}
-
-void BoardWindow::complain(const QString& path, const QString& reason)
+void BoardWindow::complain(const QString& text)
 {
     ++m_failures;
-    const QString text = QStringLiteral("%1: %2").arg(QFileInfo(path).fileName(), reason);
-    m_complaint = text;
     say(text);
     m_services.streams.printErrorLine(QStringLiteral("ov3dboard: ") + text);
 }
 
-void BoardWindow::openModels(const QStringList& paths)
+void BoardWindow::showPage(int index)
 {
-    const QVector<QRectF> places = placesOnPage(kPageSize, paths.size());
-    CBaseObject* last = nullptr;
-    for (int i = 0; i < paths.size(); ++i) {
-        if (CBaseObject* item = loadModel(paths[i], places[i]))
-            last = item;
-    }
-    if (last && paths.size() == 1)
-        last->setSelected(true);
-    // What went wrong is worth more than what went well after it.
-    if (!m_complaint.isEmpty())
-        say(m_complaint);
+    COvDocument& pages = m_document->pages();
+    COvPage* page = pages.page(index);
+    if (!page)
+        return;
+    if (m_page)
+        disconnect(m_page->scene(), nullptr, this, nullptr);
+    m_page = page;
+    m_view->setPage(page);
+    connect(page->scene(), &QGraphicsScene::selectionChanged, this, &BoardWindow::updateActions);
+    m_document->loadPage(*page);
+    m_pageNumber->setText(QStringLiteral("Page %1 of %2").arg(index + 1).arg(pages.pageCount()));
+    updateActions();
 }
 
-CBaseObject* BoardWindow::loadModel(const QString& path, const QRectF& place)
+void BoardWindow::addPage()
 {
-    const QString name = QFileInfo(path).fileName();
-    say(QStringLiteral("Loading %1...").arg(name));
-    const BusyPointer busy;
-    // The load blocks this thread; the window is to show why.
-    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-
-    const StandardStreams::Silence silence(m_services.streams);
-    const ModelFileReport report = examineModelFile(path);
-    const LinkFolder::Answer link = m_services.links.shortened(path);
-    if (report.verdict != ModelFileReport::Verdict::accepted || link.path.isEmpty()) {
-        complain(path, report.reason.isEmpty() ? link.error : report.reason);
-        return nullptr;
-    }
-    m_names.insert(link.path, path);
-
-    CBaseObject* item = m_services.plugin.createItem();
-    item->setPage(m_page);
-    applyFrame(*item, place);
-    rememberFrameLimits(*item);
-    COVRootObject* root = item;
-    if (!root->loadFromFile(link.path)) {
-        complain(path, QStringLiteral("was refused when it was loaded"));
-        disposeInBackground(item);
-        return nullptr;
-    }
-    m_page->addObject(item);
-    say(QStringLiteral("%1: drag to turn it, wheel to zoom, right button to shift; the frame moves and resizes it")
-            .arg(name));
-    return item;
-}
-
-void BoardWindow::chooseModel()
-{
-    const QString path = QFileDialog::getOpenFileName(
-        this, QStringLiteral("Insert model"), QDir::homePath(),
-        QStringLiteral("3D models (*.fbx *.FBX *.obj *.OBJ *.gltf *.GLTF *.stl *.STL *.glb *.GLB *.3mf *.3MF)"));
-    if (path.isEmpty())
-        return;
-    QRectF place(QPointF(0, 0), kInsertedSize);
-    place.moveCenter(m_page->scene()->sceneRect().center());
-    CBaseObject* item = loadModel(path, place);
-    if (!item)
-        return;
-    auto holder = std::make_shared<ItemHolder>(item);
-    CUndoRedo::GetInstance()->push(new PresenceCommand(m_page, holder, PresenceCommand::Kind::insertion));
-    m_page->scene()->clearSelection();
-    item->setSelected(true);
-}
-
-void BoardWindow::removeSelected()
-{
-    CBaseObject* item = m_view->selectedItem();
-    if (!item)
-        return;
-    auto holder = std::make_shared<ItemHolder>(item);
-    CUndoRedo::GetInstance()->push(new PresenceCommand(m_page, holder, PresenceCommand::Kind::removal));
-    say(QStringLiteral("Removed the model; Ctrl+Z brings it back"));
+    m_document->addPage(m_page->size());
+    // Nothing undoes a new page, but the document has changed.
+    m_document->pages().undoStack()->resetClean();
+    showPage(m_document->pages().pageCount() - 1);
 }
 
 void BoardWindow::report(const ViewerEvent& event)
 {
-    const QString path = m_names.value(event.model, event.model);
+    const QString name = event.model.section(QLatin1Char('/'), -1);
     if (event.kind == ViewerEvent::Kind::card)
-        complain(path, event.reason);
+        complain(QStringLiteral("%1: %2").arg(name, event.reason));
     else if (event.kind == ViewerEvent::Kind::missing)
-        say(QStringLiteral("%1: shown without %2")
-                .arg(QFileInfo(path).fileName(), event.files.join(QStringLiteral(", "))));
+        say(QStringLiteral("%1: shown without %2").arg(name, event.files.join(QStringLiteral(", "))));
 }
 
 } // namespace ov3d::apps

@@ -6,10 +6,6 @@ class CBaseObject;
 
 namespace ov3d::apps {
 
-/// Disposes of an item on a thread of its own: Release() takes up to six seconds. The item is out of its scene already.
-/// GUI thread; returns at once.
-void disposeInBackground(CBaseObject* item);
-
 /// Shared by the undo commands that put an item on a page or take it off. The last of them disposes of an item that is
 /// on no page.
 class ItemHolder

@@ -6,6 +6,7 @@
 #include "apps/common/environment.h"
 #include "apps/common/standardstreams.h"
 #include "apps/common/workplace.h"
+#include "apps/document/ov3dservices.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QApplication>
@@ -37,6 +38,7 @@ constexpr int kPollMs = 50;
 constexpr const char* kHelp = "ov3dboard - a page with 3D models on it, in a window\n"
                               "\n"
                               "  ov3dboard [--screenshot FILE.png] [MODEL...]\n"
+                              "  ov3dboard [--screenshot FILE.png] DOCUMENT.ovb\n"
                               "  ov3dboard --help | --version\n"
                               "\n"
                               "  --screenshot FILE.png  draw the window once all models are shown, then quit\n"
@@ -59,11 +61,20 @@ QStringList absolutePaths(const QStringList& paths)
     return result;
 }
 
+/// A document stands alone; anything else is a model for the first page.
+bool openFiles(BoardWindow& window, const QStringList& files)
+{
+    if (files.size() == 1 && isDocumentName(files.first()))
+        return window.openDocument(files.first());
+    window.openModels(files);
+    return true;
+}
+
 int takeScreenshot(BoardWindow& window, const QString& path, const StandardStreams& streams)
 {
     QElapsedTimer timer;
     timer.start();
-    while (ov3dViewerPending() != 0 && timer.elapsed() < kPicturesLimitMs)
+    while ((window.isLoading() || ov3dViewerPending() != 0) && timer.elapsed() < kPicturesLimitMs)
         QApplication::processEvents(QEventLoop::AllEvents, kPollMs);
     QApplication::processEvents();
     QSaveFile file(path);
@@ -77,7 +88,7 @@ int takeScreenshot(BoardWindow& window, const QString& path, const StandardStrea
 int runWindow(QApplication& application, const BoardOptions& options, const StandardStreams& streams)
 {
     // Relative names belong to the folder that the user stands in, which is left now.
-    const QStringList models = absolutePaths(options.files);
+    const QStringList files = absolutePaths(options.files);
     const QString screenshot =
         options.screenshot.isEmpty() ? QString() : QDir::current().absoluteFilePath(options.screenshot);
     Workplace workplace;
@@ -89,8 +100,7 @@ int runWindow(QApplication& application, const BoardOptions& options, const Stan
     }
     plugin.setViewer(&ov3dViewer);
 
-    BoardWindow window(
-        {plugin, streams, workplace.links(), workplace.framework(), workplace.folder() + QStringLiteral("document")});
+    BoardWindow window({plugin, streams, workplace.framework(), ov3dServices(plugin)});
     // The viewer may report until the very end of the process.
     static ViewerEvents events;
     const auto showEvents = [&window] {
@@ -106,13 +116,15 @@ int runWindow(QApplication& application, const BoardOptions& options, const Stan
 
     int code = kExitDone;
     QTimer::singleShot(0, &window, [&] {
-        window.openModels(models);
+        if (!openFiles(window, files))
+            code = kExitNotShown;
         if (screenshot.isEmpty())
             return;
-        code = takeScreenshot(window, screenshot, streams);
-        QApplication::exit(code);
+        const int taken = takeScreenshot(window, screenshot, streams);
+        QApplication::exit(taken == kExitDone ? code : taken);
     });
     const int ended = application.exec();
+    window.closeDocument();
     workplace.cleanUp();
     // Items need seconds to end and the renderers end with this process, so nothing is taken down.
     std::fflush(nullptr);

@@ -1,7 +1,10 @@
-/// ov3d: pictures of 3D models, and checks of their files, from the command line.
+/// ov3d: pictures of 3D models, checks of their files, and documents, from the command line.
 
 #include "apps/cli/checkcommand.h"
+#include "apps/cli/checkviewer.h"
 #include "apps/cli/commandline.h"
+#include "apps/cli/documentcommands.h"
+#include "apps/cli/documentfilecommands.h"
 #include "apps/cli/rendercommand.h"
 #include "apps/common/environment.h"
 #include "apps/common/standardstreams.h"
@@ -27,6 +30,20 @@ QStringList wordsOf(int argc, char** argv)
     return words;
 }
 
+ExitCode runWithApplication(const Command& command, const QString& folder, const StandardStreams& streams)
+{
+    if (const auto* create = std::get_if<NewCommand>(&command))
+        return runNew(*create, folder, streams);
+    if (const auto* info = std::get_if<InfoCommand>(&command))
+        return runInfo(*info, folder, streams);
+    if (const auto* set = std::get_if<SetCommand>(&command))
+        return runSet(*set, folder, streams);
+    if (const auto* extract = std::get_if<ExtractCommand>(&command))
+        return runExtract(*extract, folder, streams);
+    const auto& render = std::get<RenderCommand>(command);
+    return isDocumentName(render.model) ? runRenderPage(render, folder, streams) : runRender(render, folder, streams);
+}
+
 int run(const Command& command, const StandardStreams& streams, char* programName)
 {
     if (std::holds_alternative<HelpCommand>(command))
@@ -37,6 +54,8 @@ int run(const Command& command, const StandardStreams& streams, char* programNam
     const QString folder = QDir::currentPath();
     if (const auto* check = std::get_if<CheckCommand>(&command))
         return runCheck(*check, folder, streams);
+    if (const auto* check = std::get_if<CheckViewerCommand>(&command))
+        return runCheckViewer(*check, streams);
 
     // The application object must not take options away from the user's words, nor look for a display.
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -44,7 +63,7 @@ int run(const Command& command, const StandardStreams& streams, char* programNam
     int count = 1;
     QApplication application(count, arguments);
     QApplication::setApplicationName(QStringLiteral("ov3d"));
-    const int code = runRender(std::get<RenderCommand>(command), folder, streams);
+    const int code = runWithApplication(command, folder, streams);
     // All is written. Destructors would wait for the viewer; the renderers end with this process.
     ::_exit(code);
 }

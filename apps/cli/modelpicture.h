@@ -39,6 +39,8 @@ public:
     /// The scene as it is now, premultiplied, transparent around the model.
     QImage paint();
 
+    [[nodiscard]] CBaseObject& item() const { return *m_item; }
+
     /// Rectangles of the item's hit shape, as of the last paint().
     [[nodiscard]] int hitRectangles() const;
 

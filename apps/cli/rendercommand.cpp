@@ -7,6 +7,8 @@
 #include "apps/common/standardstreams.h"
 #include "apps/common/viewerevents.h"
 #include "apps/common/workplace.h"
+#include "apps/document/viewercommand.h"
+#include "viewer/session/commands.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QDir>
@@ -27,11 +29,12 @@ public:
     Rendering(const RenderCommand& command, const QString& folder, const StandardStreams& streams)
         : m_command(command)
         , m_streams(streams)
+        , m_folder(folder)
         , m_model(QDir(folder).absoluteFilePath(command.model))
         , m_output(QDir(folder).absoluteFilePath(command.output))
     {
         m_report.file = command.model;
-        m_report.size = command.size;
+        m_report.size = command.size.value_or(kDefaultPictureSize);
     }
 
     ExitCode run()
@@ -105,10 +108,13 @@ private:
         ov3dViewerSetObserver([](const char* json) { events.add(json); });
 
         // Never destroyed: that takes seconds, and the program ends with the picture.
-        auto& picture = *new ModelPicture(plugin, m_command.size, &ov3dViewerPending);
+        auto& picture = *new ModelPicture(plugin, m_report.size, &ov3dViewerPending);
         if (!load(picture, plugin, model.path))
             return fail(kExitRefused, m_command.model, QStringLiteral("was refused when it was loaded"));
         bool isFinished = picture.settle();
+        if (const QString error = applyChanges(picture.item()); !error.isEmpty())
+            return fail(kExitNoAccess, m_command.model, error);
+        isFinished = isFinished && picture.settle();
         for (const Gesture& gesture : m_command.gestures)
             isFinished = isFinished && picture.perform(gesture);
         if (!isFinished)
@@ -131,6 +137,18 @@ private:
             return false;
         m_report.secondsToFirstFrame = static_cast<double>(timer.elapsed()) / 1000.0;
         return true;
+    }
+
+    QString applyChanges(CBaseObject& item)
+    {
+        // A model that is shown without a document has nowhere to keep a copy, and needs none.
+        if (m_command.changes.environment) {
+            const QString& name = *m_command.changes.environment;
+            const QString path = name.isEmpty() ? QString() : QDir(m_folder).absoluteFilePath(name);
+            if (const QString error = sendViewerCommand(item, kCommandSetEnvironment, path); !error.isEmpty())
+                return QStringLiteral("environment %1: %2").arg(name, error);
+        }
+        return applyItemChanges(item, m_command.changes);
     }
 
     [[nodiscard]] QImage onBackground(const QImage& layer) const
@@ -164,6 +182,7 @@ private:
 
     const RenderCommand& m_command;
     const StandardStreams& m_streams;
+    const QString m_folder;
     const QString m_model;
     const QString m_output;
     RenderReport m_report;

@@ -22,6 +22,7 @@ QJsonObject toJson(const RenderReport& report)
         {QStringLiteral("opaque_share"), orNull(report.opaqueShare)},
         {QStringLiteral("hit_rectangles"), orNull(report.hitRectangles)},
         {QStringLiteral("missing"), QJsonArray::fromStringList(report.missing)},
+        {QStringLiteral("notes"), QJsonArray::fromStringList(report.notes)},
         {QStringLiteral("error"), textOrNull(report.error)},
     };
 }

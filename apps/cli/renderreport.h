@@ -21,6 +21,7 @@ struct RenderReport
     std::optional<double> opaqueShare; ///< share of the pixels that are not fully transparent, 0 to 1
     std::optional<int> hitRectangles;
     QStringList missing; ///< side files that the model was shown without
+    QStringList notes;   ///< what was repaired, left out or is not supported, in plain words
     QString error;
 };
 

@@ -2,10 +2,12 @@
 #include "apps/board/pageview.h"
 #include "apps/common/environment.h"
 #include "apps/common/workplace.h"
+#include "apps/document/ov3dservices.h"
 #include "tests/support/testbase.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QLabel>
 #include <QMouseEvent>
@@ -31,6 +33,12 @@ private Q_SLOTS:
     void undoAndRedoEndInExactlyTheSamePictures();
     void handleOfTheFrameResizesTheItem();
     void deletedModelComesBackWithUndo();
+    void panelChangesASettingAndUndoTakesItBack();
+    void namedViewIsOneStepOfUndo();
+    void copiedModelIsPastedBesideTheFirst();
+    void savedDocumentOpensWithTheSamePicture();
+    void secondWindowOnTheSameFileIsReadOnly();
+    void windowAnswersWhileDocumentsLoad();
     void screenshot();
 
 private:
@@ -52,7 +60,7 @@ private:
         QImage last;
         return waitFor(
             [&] {
-                if (ov3dViewerPending() != 0)
+                if (m_window->isLoading() || ov3dViewerPending() != 0)
                     return false;
                 QTest::qWait(150); // longer than the item's pause between two frames
                 const QImage now = page();
@@ -71,20 +79,20 @@ private:
     QImage m_fresh;
     QImage m_turned;
     QImage m_zoomed;
+    QString m_file;
 };
 
 void WindowTest::initTestCase()
 {
     QVERIFY2(m_plugin.load(QStringLiteral(OV3D_PLUGIN)), qPrintable(m_plugin.error()));
     m_plugin.setViewer(&ov3dViewer);
-    m_window = new BoardWindow({m_plugin, m_streams, m_workplace.links(), m_workplace.framework(),
-                                m_workplace.folder() + QStringLiteral("document")});
+    m_window = new BoardWindow({m_plugin, m_streams, m_workplace.framework(), ov3dServices(m_plugin)});
     m_window->resize(1280, 800);
     m_window->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_window));
     m_window->openModels({QDir(QStringLiteral(OV3D_SAMPLES)).absoluteFilePath(QStringLiteral("sample.glb"))});
-    QCOMPARE(m_window->failureCount(), 0);
     QVERIFY(settle());
+    QCOMPARE(m_window->failureCount(), 0);
     m_fresh = page();
 }
 
@@ -162,6 +170,95 @@ void WindowTest::deletedModelComesBackWithUndo()
     press(Qt::Key_Z, Qt::ControlModifier);
     QVERIFY(settle());
     QVERIFY(page().pixelColor(at(960, 700)) != QColor(Qt::white));
+}
+
+void WindowTest::panelChangesASettingAndUndoTakesItBack()
+{
+    const QImage before = page();
+    QVERIFY(m_window->view()->selectedItem());
+    auto* box = m_window->findChild<QCheckBox*>(QStringLiteral("wireframe"));
+    QVERIFY(box && box->isEnabled() && !box->isChecked());
+    box->click();
+    QVERIFY(settle());
+    QVERIFY(page() != before);
+    QVERIFY(m_window->isWindowModified());
+    press(Qt::Key_Z, Qt::ControlModifier);
+    QVERIFY(settle());
+    QCOMPARE(page(), before);
+    QVERIFY(!box->isChecked());
+}
+
+void WindowTest::namedViewIsOneStepOfUndo()
+{
+    const QImage before = page();
+    const int steps = CUndoRedo::GetInstance()->stack()->index();
+    press(Qt::Key_5, Qt::ControlModifier);
+    QVERIFY2(status().contains(QLatin1String("View from the top")), qPrintable(status()));
+    QCOMPARE(CUndoRedo::GetInstance()->stack()->index(), steps + 1);
+    QVERIFY(settle());
+    const QImage top = page();
+    QVERIFY(top != before);
+    press(Qt::Key_Z, Qt::ControlModifier);
+    QVERIFY(settle());
+    QCOMPARE(page(), before);
+    press(Qt::Key_Y, Qt::ControlModifier);
+    QVERIFY(settle());
+    QCOMPARE(page(), top);
+}
+
+void WindowTest::copiedModelIsPastedBesideTheFirst()
+{
+    QCOMPARE(m_window->document()->items().size(), 1);
+    const QSizeF size = m_window->document()->items().first()->getSize();
+    press(Qt::Key_C, Qt::ControlModifier);
+    press(Qt::Key_V, Qt::ControlModifier);
+    QVERIFY(settle());
+    QCOMPARE(m_window->document()->items().size(), 2);
+    CBaseObject* pasted = m_window->document()->items().last();
+    QCOMPARE(pasted->getSize(), size);
+    QVERIFY(pasted->getPos() != m_window->document()->items().first()->getPos());
+    press(Qt::Key_Z, Qt::ControlModifier);
+    QCOMPARE(m_window->document()->items().size(), 1);
+    QVERIFY(settle());
+}
+
+void WindowTest::savedDocumentOpensWithTheSamePicture()
+{
+    m_window->document()->pages().page(0)->scene()->clearSelection();
+    const QImage before = page();
+    m_file = m_folder + QStringLiteral("/page.ovb");
+    QVERIFY2(m_window->saveDocument(m_file), qPrintable(status()));
+    QVERIFY(!m_window->isWindowModified());
+    QVERIFY2(m_window->windowTitle().startsWith(QLatin1String("page.ovb")), qPrintable(m_window->windowTitle()));
+
+    QVERIFY2(m_window->openDocument(m_file), qPrintable(status()));
+    QVERIFY(settle());
+    QCOMPARE(m_window->failureCount(), 0);
+    QVERIFY2(!m_window->document()->file().isReadOnly(), qPrintable(m_window->document()->file().readOnlyReason()));
+    QCOMPARE(page(), before);
+}
+
+void WindowTest::secondWindowOnTheSameFileIsReadOnly()
+{
+    BoardWindow second({m_plugin, m_streams, m_workplace.framework(), ov3dServices(m_plugin)});
+    const bool opened = second.openDocument(m_file);
+    const QString title = second.windowTitle();
+    second.closeDocument();
+    m_workplace.framework().setCurrentDocument(&m_window->document()->pages());
+    QVERIFY(opened);
+    QVERIFY2(title.contains(QLatin1String("read-only")), qPrintable(title));
+}
+
+void WindowTest::windowAnswersWhileDocumentsLoad()
+{
+    QVERIFY(m_window->openDocument(m_file));
+    QVERIFY(m_window->isLoading());
+    QVERIFY(m_window->findChild<QWidget*>(QStringLiteral("loadProgress"))->isVisibleTo(m_window));
+    // The event loop turns while the model is loaded: the load is still under way when it has turned.
+    QApplication::processEvents();
+    QVERIFY(m_window->isLoading());
+    QVERIFY(settle());
+    QVERIFY(!m_window->findChild<QWidget*>(QStringLiteral("loadProgress"))->isVisibleTo(m_window));
 }
 
 /// For people: window.png in the test's folder.

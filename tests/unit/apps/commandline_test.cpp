@@ -15,6 +15,12 @@ private Q_SLOTS:
     void doubleDashEndsTheOptions();
     void gesturesKeepTheirOrder();
     void checkTakesManyFiles();
+    void documentsAreRenderedByPage();
+    void settingsAreReadAsTheyCome();
+    void newTakesADocumentAndModels();
+    void infoTakesADocument();
+    void setTakesAnItemAndItsChanges();
+    void extractTakesAFolder();
     void helpWinsOverEverythingElse();
     void versionStandsAlone();
     void wrongUsageIsRefusedWithAReason_data();
@@ -48,7 +54,9 @@ void CommandLineTest::renderNeedsOnlyModelAndOutput()
     const auto render = parsed<RenderCommand>(words("render chair.glb -o chair.png"));
     QCOMPARE(render.model, QStringLiteral("chair.glb"));
     QCOMPARE(render.output, QStringLiteral("chair.png"));
-    QCOMPARE(render.size, QSize(1280, 960));
+    QVERIFY(!render.size);
+    QCOMPARE(kDefaultPictureSize, QSize(1280, 960));
+    QVERIFY(!render.page);
     QVERIFY(!render.background);
     QVERIFY(!render.json);
     QVERIFY(render.gestures.empty());
@@ -59,7 +67,7 @@ void CommandLineTest::renderTakesEveryOption()
     const auto render =
         parsed<RenderCommand>(words("render --json --size 401x300 --background #102030 -o a.png b.stl --gesture undo"));
     QCOMPARE(render.model, QStringLiteral("b.stl"));
-    QCOMPARE(render.size, QSize(401, 300));
+    QCOMPARE(render.size.value(), QSize(401, 300));
     QCOMPARE(render.background.value(), QColor(0x10, 0x20, 0x30));
     QVERIFY(render.json);
     QCOMPARE(render.gestures.size(), std::size_t{1});
@@ -71,7 +79,7 @@ void CommandLineTest::optionsMayFollowAnEqualsSign()
         parsed<RenderCommand>(words("render m=1.glb --output=x=y.png --size=1x8192 --background=white"));
     QCOMPARE(render.model, QStringLiteral("m=1.glb"));
     QCOMPARE(render.output, QStringLiteral("x=y.png"));
-    QCOMPARE(render.size, QSize(1, 8192));
+    QCOMPARE(render.size.value(), QSize(1, 8192));
     QCOMPARE(render.background.value(), QColor(Qt::white));
 }
 
@@ -96,6 +104,58 @@ void CommandLineTest::checkTakesManyFiles()
 {
     const QStringList files = {QStringLiteral("a b.obj"), QStringLiteral("ü.fbx"), QStringLiteral("中.gltf")};
     QCOMPARE(parsed<CheckCommand>(QStringList(QStringLiteral("check")) + files).files, files);
+}
+
+void CommandLineTest::documentsAreRenderedByPage()
+{
+    const auto render = parsed<RenderCommand>(words("render a.OVB --page 12 -o a.png --background red"));
+    QVERIFY(isDocumentName(render.model));
+    QCOMPARE(render.page.value(), 12);
+    QVERIFY(!isDocumentName(QStringLiteral("ovb.glb")));
+}
+
+void CommandLineTest::settingsAreReadAsTheyCome()
+{
+    const auto render = parsed<RenderCommand>(
+        words("render a.glb -o a.png --set wireframe=1 --set=point_size=9 --set view=top --set environment=sky.hdr"));
+    QCOMPARE(render.changes.settings,
+             (QJsonObject{{QStringLiteral("wireframe"), true}, {QStringLiteral("point_size"), 9}}));
+    QCOMPARE(render.changes.view.value(), QStringLiteral("top"));
+    QCOMPARE(render.changes.environment.value(), QStringLiteral("sky.hdr"));
+}
+
+void CommandLineTest::newTakesADocumentAndModels()
+{
+    const auto create = parsed<NewCommand>(words("new a.ovb b.glb c.obj b.glb"));
+    QCOMPARE(create.document, QStringLiteral("a.ovb"));
+    QCOMPARE(create.models, words("b.glb c.obj b.glb"));
+}
+
+void CommandLineTest::infoTakesADocument()
+{
+    QCOMPARE(parsed<InfoCommand>(words("info a.ovb")).json, false);
+    const auto info = parsed<InfoCommand>(words("info --json a.ovb"));
+    QCOMPARE(info.document, QStringLiteral("a.ovb"));
+    QCOMPARE(info.json, true);
+}
+
+void CommandLineTest::setTakesAnItemAndItsChanges()
+{
+    const auto set = parsed<SetCommand>(words("set a.ovb 3 bg_color=1,0.5,0 orbit=-30,10 environment="));
+    QCOMPARE(set.document, QStringLiteral("a.ovb"));
+    QCOMPARE(set.item, 3);
+    QCOMPARE(set.changes.settings.keys(), QStringList(QStringLiteral("bg_color")));
+    QCOMPARE(set.changes.orbit.value(), QStringLiteral("-30 10"));
+    QCOMPARE(set.changes.environment.value(), QString());
+    QVERIFY(!set.changes.view);
+}
+
+void CommandLineTest::extractTakesAFolder()
+{
+    const auto extract = parsed<ExtractCommand>(words("extract a.ovb 2 out"));
+    QCOMPARE(extract.document, QStringLiteral("a.ovb"));
+    QCOMPARE(extract.item, 2);
+    QCOMPARE(extract.folder, QStringLiteral("out"));
 }
 
 void CommandLineTest::helpWinsOverEverythingElse()
@@ -141,6 +201,25 @@ void CommandLineTest::wrongUsageIsRefusedWithAReason_data()
                                      << "wave";
     QTest::newRow("json with a value") << "render a.glb -o a.png --json=yes"
                                        << "--json";
+    const auto row = [](const char* name, const char* line, const char* reason) {
+        QTest::newRow(name) << QString::fromLatin1(line) << QString::fromLatin1(reason);
+    };
+    row("a page of a model", "render a.glb -o a.png --page 1", "--page is for documents");
+    row("a size of a document", "render a.ovb -o a.png --size 4x4", "are for models");
+    row("a setting of a whole document", "render a.ovb -o a.png --set wireframe=1", "are for models");
+    row("page zero", "render a.ovb -o a.png --page 0", "not a number from 1");
+    row("an unknown setting", "render a.glb -o a.png --set glitter=1", "glitter");
+    row("new without a model", "new a.ovb", "at least one model");
+    row("new with a model alone", "new a.glb b.glb", "not the name of a document");
+    row("new with an option", "new a.ovb b.glb --json", "--json");
+    row("info of two documents", "info a.ovb b.ovb", "one document");
+    row("info of a model", "info a.glb", "not the name of a document");
+    row("set without a change", "set a.ovb 1", "at least one key=value");
+    row("set of item zero", "set a.ovb 0 wireframe=1", "not a number from 1");
+    row("set out of range", "set a.ovb 1 point_size=1000", "from 0 to 100");
+    row("an orbit of one angle", "set a.ovb 1 orbit=30", "AZIMUTH,ELEVATION");
+    row("a view that does not exist", "set a.ovb 1 view=inside", "inside");
+    row("extract without a folder", "extract a.ovb 1", "a folder");
     QTest::newRow("check without files") << "check"
                                          << "at least one file";
     QTest::newRow("check with an option") << "check --json a.glb"
@@ -161,7 +240,7 @@ void CommandLineTest::wrongUsageIsRefusedWithAReason()
 void CommandLineTest::helpNamesEveryCommandAndOption()
 {
     const QString help = helpText();
-    for (const char* word : {"render", "check", "--help", "--version", "-o", "--size", "--background", "--json",
+    for (const char* word : {"render", "check", "new", "info", "set", "extract", "--page", "--set", "--help", "--version", "-o", "--size", "--background", "--json",
                              "--gesture", "drag:", "wheel:", "undo", "redo", "Exit codes"})
         QVERIFY2(help.contains(QLatin1String(word)), word);
 }

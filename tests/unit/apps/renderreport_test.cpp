@@ -32,10 +32,11 @@ void RenderReportTest::whatIsNotKnownIsNull()
     report.file = QStringLiteral("a.glb");
     report.size = {640, 480};
     const QJsonObject json = toJson(report);
-    QCOMPARE(json.keys(), QStringList({QStringLiteral("error"), QStringLiteral("file"), QStringLiteral("format"),
-                                       QStringLiteral("height"), QStringLiteral("hit_rectangles"),
-                                       QStringLiteral("missing"), QStringLiteral("opaque_share"),
-                                       QStringLiteral("seconds_to_first_frame"), QStringLiteral("width")}));
+    QCOMPARE(json.keys(),
+             QStringList({QStringLiteral("error"), QStringLiteral("file"), QStringLiteral("format"),
+                          QStringLiteral("height"), QStringLiteral("hit_rectangles"), QStringLiteral("missing"),
+                          QStringLiteral("notes"), QStringLiteral("opaque_share"),
+                          QStringLiteral("seconds_to_first_frame"), QStringLiteral("width")}));
     for (const char* key : {"error", "format", "hit_rectangles", "opaque_share", "seconds_to_first_frame"})
         QVERIFY2(json.value(QLatin1String(key)).isNull(), key);
 }
@@ -48,6 +49,7 @@ void RenderReportTest::whatIsKnownStandsUnderItsName()
     report.opaqueShare = 0.25;
     report.hitRectangles = 7;
     report.missing = QStringList(QStringLiteral("wood.png"));
+    report.notes = QStringList(QStringLiteral("2 faces left out"));
     report.error = QStringLiteral("a.obj: is empty");
     const QJsonObject json = toJson(report);
     QCOMPARE(json.value(QLatin1String("format")).toString(), QStringLiteral("obj"));
@@ -55,6 +57,7 @@ void RenderReportTest::whatIsKnownStandsUnderItsName()
     QCOMPARE(json.value(QLatin1String("opaque_share")).toDouble(), 0.25);
     QCOMPARE(json.value(QLatin1String("hit_rectangles")).toInt(), 7);
     QCOMPARE(json.value(QLatin1String("missing")).toVariant().toStringList(), report.missing);
+    QCOMPARE(json.value(QLatin1String("notes")).toVariant().toStringList(), report.notes);
     QCOMPARE(json.value(QLatin1String("error")).toString(), report.error);
 }
 

@@ -1,0 +1,188 @@
+#include "apps/board/settingspanel.h"
+
+#include "apps/board/settingwords.h"
+#include "apps/document/itemsettings.h"
+#include "host/framework/framework.h"
+
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QJsonArray>
+#include <QPushButton>
+#include <QScopedValueRollback>
+#include <QSpinBox>
+
+#include <algorithm>
+
+namespace ov3d::apps {
+
+namespace {
+
+constexpr double kNumberStep = 0.05;
+constexpr int kNumberDecimals = 3;
+constexpr int kIntensityStep = 1000; ///< for what goes into the ten thousands
+constexpr double kLargeRange = 10'000;
+
+QColor colourOf(const QJsonValue& value)
+{
+    const QJsonArray numbers = value.toArray();
+    const auto part = [&numbers](int i) { return std::clamp(numbers.at(i).toDouble(), 0.0, 1.0); };
+    return QColor::fromRgbF(part(0), part(1), part(2));
+}
+
+/// What has eight bits stays exact to the reader: k / 255.
+QJsonArray numbersOf(const QColor& colour)
+{
+    return {colour.red() / 255.0, colour.green() / 255.0, colour.blue() / 255.0};
+}
+
+const SettingInfo* infoOf(const QString& key)
+{
+    for (const SettingInfo& info : settingInfos()) {
+        if (key == QLatin1String(info.key))
+            return &info;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+SettingsPanel::SettingsPanel(QWidget* parent)
+    : QScrollArea(parent)
+{
+    auto* content = new QWidget(this);
+    auto* form = new QFormLayout(content);
+    for (const QString& key : panelSettings()) {
+        const SettingInfo* info = infoOf(key);
+        if (!info)
+            continue;
+        const Field field = makeField(*info);
+        field.widget->setObjectName(key);
+        field.widget->setToolTip(key);
+        form->addRow(settingLabel(key), field.widget);
+        m_fields.insert(key, field);
+    }
+    setWidget(content);
+    setWidgetResizable(true);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(QFrame::NoFrame);
+    setMinimumWidth(content->minimumSizeHint().width() + 24);
+    showItem(nullptr);
+}
+
+void SettingsPanel::showItem(CBaseObject* item)
+{
+    const auto settings = item ? readSettings(*item) : std::nullopt;
+    widget()->setEnabled(settings && !item->isLocked());
+    if (!settings)
+        return;
+    const QScopedValueRollback<bool> filling(m_isFilling, true);
+    for (auto field = m_fields.begin(); field != m_fields.end(); ++field) {
+        field->set(settings->value(field.key()));
+    }
+}
+
+void SettingsPanel::report(const QString& key, const QJsonValue& value)
+{
+    if (!m_isFilling)
+        Q_EMIT changed(key, value);
+}
+
+SettingsPanel::Field SettingsPanel::makeField(const SettingInfo& info)
+{
+    const QString key = QLatin1String(info.key);
+    switch (info.type) {
+    case SettingInfo::Type::flag:
+        return flagField(key);
+    case SettingInfo::Type::integer:
+        return settingChoices(key).isEmpty() ? integerField(info) : choiceField(key);
+    case SettingInfo::Type::colour:
+        return colourField(key);
+    case SettingInfo::Type::numbers:
+        break;
+    }
+    return numbersField(info);
+}
+
+SettingsPanel::Field SettingsPanel::flagField(const QString& key)
+{
+    auto* box = new QCheckBox(this);
+    connect(box, &QCheckBox::toggled, this, [this, key](bool on) { report(key, on); });
+    return {box, [box](const QJsonValue& value) { box->setChecked(value.toBool()); }};
+}
+
+SettingsPanel::Field SettingsPanel::choiceField(const QString& key)
+{
+    auto* box = new QComboBox(this);
+    box->addItems(settingChoices(key));
+    connect(box, qOverload<int>(&QComboBox::activated), this, [this, key](int index) { report(key, index); });
+    return {box, [box](const QJsonValue& value) { box->setCurrentIndex(value.toInt()); }};
+}
+
+SettingsPanel::Field SettingsPanel::integerField(const SettingInfo& info)
+{
+    const QString key = QLatin1String(info.key);
+    auto* box = new QSpinBox(this);
+    box->setRange(static_cast<int>(info.minimum), static_cast<int>(info.maximum));
+    box->setSingleStep(info.maximum > kLargeRange ? kIntensityStep : 1);
+    box->setGroupSeparatorShown(true);
+    box->setKeyboardTracking(false);
+    connect(box, qOverload<int>(&QSpinBox::valueChanged), this, [this, key](int value) { report(key, value); });
+    return {box, [box](const QJsonValue& value) { box->setValue(value.toInt()); }};
+}
+
+SettingsPanel::Field SettingsPanel::numbersField(const SettingInfo& info)
+{
+    const QString key = QLatin1String(info.key);
+    auto* row = new QWidget(this);
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    QList<QDoubleSpinBox*> boxes;
+    for (int i = 0; i < info.count; ++i) {
+        auto* box = new QDoubleSpinBox(row);
+        box->setRange(info.minimum, info.maximum);
+        box->setDecimals(kNumberDecimals);
+        box->setSingleStep(kNumberStep);
+        box->setKeyboardTracking(false);
+        box->setButtonSymbols(QAbstractSpinBox::NoButtons);
+        layout->addWidget(box);
+        boxes << box;
+    }
+    for (QDoubleSpinBox* box : boxes) {
+        connect(box, qOverload<double>(&QDoubleSpinBox::valueChanged), this, [this, key, boxes] {
+            QJsonArray numbers;
+            for (const QDoubleSpinBox* each : boxes)
+                numbers.append(each->value());
+            report(key, numbers);
+        });
+    }
+    return {row, [boxes](const QJsonValue& value) {
+                for (int i = 0; i < boxes.size(); ++i)
+                    boxes[i]->setValue(value.toArray().at(i).toDouble());
+            }};
+}
+
+SettingsPanel::Field SettingsPanel::colourField(const QString& key)
+{
+    auto* button = new QPushButton(this);
+    const auto show = [button](const QColor& colour) {
+        button->setText(colour.name().toUpper());
+        button->setProperty("colour", colour);
+        QPixmap patch(16, 16);
+        patch.fill(colour);
+        button->setIcon(QIcon(patch));
+    };
+    connect(button, &QPushButton::clicked, this, [this, key, button, show] {
+        const QColor chosen = QColorDialog::getColor(button->property("colour").value<QColor>(), this, settingLabel(key));
+        if (!chosen.isValid())
+            return;
+        show(chosen);
+        report(key, numbersOf(chosen));
+    });
+    return {button, [show](const QJsonValue& value) { show(colourOf(value)); }};
+}
+
+} // namespace ov3d::apps

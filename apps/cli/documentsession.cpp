@@ -1,0 +1,136 @@
+#include "apps/cli/documentsession.h"
+
+#include "apps/cli/progressbar.h"
+#include "apps/common/modelfile.h"
+#include "apps/common/standardstreams.h"
+#include "apps/document/ov3dservices.h"
+#include "apps/document/placeholderitem.h"
+#include "viewer/session/ov3dviewer.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QThread>
+
+#include <utility>
+
+namespace ov3d::apps {
+
+namespace {
+
+constexpr int kSettleLimitMs = 180'000; ///< beyond the viewer's own limits
+constexpr unsigned long kPollMs = 4;
+
+ViewerEvents& viewerEvents()
+{
+    // The viewer may report until the very end of the process.
+    static ViewerEvents events;
+    return events;
+}
+
+} // namespace
+
+DocumentSession::DocumentSession(const StandardStreams& streams, QString folder)
+    : m_streams(streams)
+    , m_folder(std::move(folder))
+{
+}
+
+DocumentSession::~DocumentSession()
+{
+    m_document.reset();
+    m_workplace.cleanUp();
+}
+
+QString DocumentSession::absolute(const QString& name) const
+{
+    return QDir(m_folder).absoluteFilePath(name);
+}
+
+ExitCode DocumentSession::fail(ExitCode code, const QString& subject, const QString& reason) const
+{
+    const QString text = subject.isEmpty() ? reason : subject + QStringLiteral(": ") + reason;
+    m_streams.printErrorLine(QStringLiteral("ov3d: ") + text);
+    return code;
+}
+
+ExitCode DocumentSession::start()
+{
+    if (!m_workplace.error().isEmpty())
+        return fail(kExitNoAccess, {}, m_workplace.error());
+    if (!m_plugin.load(Plugin::defaultPath()))
+        return fail(kExitNoAccess, {}, m_plugin.error());
+    m_plugin.setViewer(&ov3dViewer);
+    ov3dViewerSetObserver([](const char* json) { viewerEvents().add(json); });
+    return kExitDone;
+}
+
+ExitCode DocumentSession::create()
+{
+    QString error;
+    m_document = LiveDocument::create(ov3dServices(m_plugin), error);
+    return m_document ? kExitDone : fail(kExitNoAccess, {}, error);
+}
+
+ExitCode DocumentSession::open(const QString& name)
+{
+    const QString path = absolute(name);
+    if (const QString reason = whyUnreadable(path); !reason.isEmpty())
+        return fail(kExitNoAccess, name, reason);
+    QString error;
+    m_document = LiveDocument::open(path, ov3dServices(m_plugin), error);
+    if (!m_document)
+        return fail(kExitRefused, {}, error);
+    QObject::connect(m_document.get(), &LiveDocument::itemFailed, m_document.get(),
+                     [this](CBaseObject* placeholder, const QString& reason) {
+                         const auto* card = dynamic_cast<PlaceholderItem*>(placeholder);
+                         m_failures << QStringLiteral("%1: %2").arg(card ? card->name() : QString(), reason);
+                     });
+    return kExitDone;
+}
+
+ExitCode DocumentSession::save(const QString& name)
+{
+    QString error;
+    return m_document->save(absolute(name), error) ? kExitDone : fail(kExitNoAccess, {}, error);
+}
+
+ExitCode DocumentSession::finishLoading()
+{
+    {
+        const ProgressBar bar(m_streams, [this] { return m_plugin.progress(); });
+        m_document->loader().finishAll();
+    }
+    return settle();
+}
+
+ExitCode DocumentSession::settle()
+{
+    QElapsedTimer timer;
+    timer.start();
+    do {
+        QCoreApplication::processEvents();
+        if (ov3dViewerPending() == 0)
+            return kExitDone;
+        QThread::msleep(kPollMs);
+    } while (timer.elapsed() < kSettleLimitMs);
+    return fail(kExitNotShown, {}, QStringLiteral("the picture was not finished in time"));
+}
+
+ExitCode DocumentSession::tellEvents()
+{
+    ExitCode code = kExitDone;
+    for (const QString& failure : std::exchange(m_failures, {}))
+        code = fail(kExitNotShown, {}, failure);
+    for (const ViewerEvent& event : viewerEvents().take()) {
+        const QString name = QFileInfo(event.model).fileName();
+        if (event.kind == ViewerEvent::Kind::card)
+            code = fail(kExitNotShown, name, event.reason);
+        else if (event.kind == ViewerEvent::Kind::missing)
+            fail(kExitDone, name, QStringLiteral("shown without %1").arg(event.files.join(QStringLiteral(", "))));
+    }
+    return code;
+}
+
+} // namespace ov3d::apps

@@ -1,0 +1,141 @@
+#pragma once
+
+#include "apps/document/documentservices.h"
+#include "apps/document/loaderthread.h"
+#include "apps/document/workingdocument.h"
+#include "host/document/documentfile.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QPointF>
+#include <QRectF>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+class CBaseObject;
+class COvPage;
+
+namespace ov3d::apps {
+
+class PlaceholderItem;
+struct ClippedItem;
+
+/// A document that is open: its file, its pages with their items, and the one thread that loads them.
+///
+/// An item that is not loaded stands on its page as a placeholder, which the loaded item then replaces at the same place
+/// and height. So pages can be shown, and documents saved, whatever is loaded; nobody can resize, lock, draw or release
+/// an item while its load runs, since nobody has it. GUI thread.
+class LiveDocument : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// A new document without pages. @return null with `error` set.
+    static std::unique_ptr<LiveDocument> create(DocumentServices services, QString& error);
+
+    /// Opens a document file; every item is a placeholder until it is loaded. @return null with `error` naming the file
+    /// and the reason.
+    static std::unique_ptr<LiveDocument> open(const QString& path, DocumentServices services, QString& error);
+
+    /// Ends a load that is running; hands the items to the reaper; removes the working folder.
+    ~LiveDocument() override;
+    Q_DISABLE_COPY_MOVE(LiveDocument)
+
+    [[nodiscard]] COvDocument& pages() { return m_pages; }
+    [[nodiscard]] const COvDocumentFile& file() const { return *m_file; }
+    [[nodiscard]] LoaderThread& loader() { return m_loader; }
+
+    COvPage* addPage(const QSizeF& size);
+
+    /// Every item of the document, pages in order, each from the lowest to the topmost; placeholders included.
+    [[nodiscard]] QList<CBaseObject*> items() const;
+
+    /// What was wrong with the document and its items so far, one line each.
+    [[nodiscard]] QStringList warnings() const { return m_warnings; }
+
+    // --- loading
+
+    /// Queues the placeholders that wait: all of them, or those of one page, or one. A load that is cancelled leaves a
+    /// placeholder that waits.
+    void loadAll();
+    void loadPage(COvPage& page);
+    void load(PlaceholderItem& placeholder);
+
+    /// Called once for an insertion or a paste, with the item on its page, or with null and the reason, which
+    /// names the model. Also when the document is closed meanwhile.
+    using Arrival = std::function<void(CBaseObject* item, const QString& error)>;
+
+    /// Copies a model into the document and puts it on a page. What is refused leaves nothing behind.
+    /// @return for LoaderThread::cancel().
+    LoaderThread::Id insertModel(COvPage& page, const QString& model, const QRectF& frame, Arrival arrival);
+
+    // --- items
+
+    /// Lights an item with a copy of the user's environment picture (.hdr), or with none. @return an empty text, or why
+    /// nothing has changed.
+    QString setEnvironment(CBaseObject& item, const QString& path);
+
+    /// Copies items that have been loaded. @return the bytes for the clipboard (kItemClipType); empty with `error` set.
+    QByteArray copyItems(const QList<CBaseObject*>& items, QString& error);
+
+    /// Puts copied items on a page, shifted. `arrival` is called for each. @return an empty text, or why the bytes are
+    /// refused.
+    QString pasteItems(COvPage& page, const QByteArray& bytes, QPointF shift, Arrival arrival);
+
+    // --- saving
+
+    /// Asks every loaded item for its state. @return false with `error` naming the item and the reason; the document is
+    /// as it was.
+    bool collect(OvDocumentContent& content, QString& error);
+
+    /// Saves to a path, or where the document came from. @return false with `error` set; the old file is untouched then.
+    bool save(const QString& path, QString& error);
+
+Q_SIGNALS:
+    /// The item has taken the placeholder's place; the placeholder ends right after.
+    void itemShown(CBaseObject* placeholder, CBaseObject* item);
+
+    /// Nothing will take the placeholder's place; it says why.
+    void itemFailed(CBaseObject* placeholder, const QString& reason);
+
+private:
+    LiveDocument(DocumentServices services, std::unique_ptr<COvDocumentFile> file);
+
+    struct Arriving;
+
+    void makePages();
+    PlaceholderItem* addPlaceholder(COvPage& page, const OvDocumentItem& record, const QRectF& frame,
+                                    const QString& name);
+    CBaseObject* createHidden(const QRectF& frame);
+    LoaderThread::Id startLoad(std::shared_ptr<Arriving> arriving,
+                               std::function<QString(const std::atomic<bool>&)> work);
+    void finishLoad(Arriving& arriving, const QString& error, bool cancelled);
+    [[nodiscard]] QString whyNotLoaded(const OvDocumentItem& record, const QString& error) const;
+    void show(Arriving& arriving);
+    void fail(Arriving& arriving, const QString& reason);
+    void restoreState(CBaseObject& item, const OvDocumentItem& record);
+    bool saveItem(CBaseObject& item, OvDocumentItem& record, QString& error);
+    bool clipItem(CBaseObject& item, ClippedItem& clip, QString& error);
+    void pasteItem(COvPage& page, const ClippedItem& clip, QPointF shift, const Arrival& arrival);
+    void warn(const QString& text);
+
+    DocumentServices m_services;
+    std::unique_ptr<COvDocumentFile> m_file;
+    WorkingDocument m_pages;
+    COvPage m_nursery; ///< the page of items while they are loaded: it outlives every page that may be removed
+    LoaderThread m_loader;
+    QStringList m_warnings;
+};
+
+/// How the user knows an item: the name of its model.
+QString itemName(const OvDocumentItem& record);
+
+/// The item's rectangle as its document keeps it; the rectangle of a new item when it keeps none that is usable.
+QRectF itemFrame(const OvDocumentItem& record);
+
+} // namespace ov3d::apps

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+class CBaseObject;
+
+namespace ov3d::apps {
+
+/// Sends a command to the item's viewer and waits for its answer (docs/viewer-contract.md lists the codes). GUI thread.
+///
+/// Never sent are: commands to a locked item or to one without a picture, which nobody would answer for a minute, and
+/// texts that would reach the viewer without their terminating zero.
+/// @return an empty text, or why the command was not carried out.
+QString sendViewerCommand(CBaseObject& item, int code, const QString& text);
+
+} // namespace ov3d::apps
