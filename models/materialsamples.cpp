@@ -94,7 +94,8 @@ Part sign()
 
 Part floor()
 {
-    return {name("floor"), box({5.4, 0.08, 2.8}, {-0.2, -0.05, 0.25}), {name("floor"), {0.78, 0.76, 0.72}, 0, 0.8, {}, {}}};
+    return {
+        name("floor"), box({5.4, 0.08, 2.8}, {-0.2, -0.05, 0.25}), {name("floor"), {0.78, 0.76, 0.72}, 0, 0.8, {}, {}}};
 }
 
 } // namespace
@@ -109,7 +110,8 @@ Model materialGrid()
             const double metallic = row / double{kRows - 1};
             const double roughness = 0.05 + 0.90 * column / double{kColumns - 1};
             const QString label = QStringLiteral("metallic %1, roughness %2").arg(metallic).arg(roughness);
-            model.push_back({label, ball({column * 1.1, (kRows - 1 - row) * 1.1, 0}, 0.5, 32, 20),
+            model.push_back({label,
+                             ball({column * 1.1, (kRows - 1 - row) * 1.1, 0}, 0.5, 32, 20),
                              {label, {0.85, 0.45, 0.25}, metallic, roughness, {}, {}}});
         }
     return model;

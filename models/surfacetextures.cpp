@@ -72,7 +72,8 @@ QImage bricksTexture(int size)
         const Brick brick = brickAt(u, v);
         const double shade = 0.82 + 0.30 * brick.tint;
         const double h = brick.height;
-        return Rgba{0.62 + (0.62 * shade - 0.62) * h, 0.59 + (0.25 * shade - 0.59) * h, 0.55 + (0.18 * shade - 0.55) * h};
+        return Rgba{0.62 + (0.62 * shade - 0.62) * h, 0.59 + (0.25 * shade - 0.59) * h,
+                    0.55 + (0.18 * shade - 0.55) * h};
     });
 }
 

@@ -25,8 +25,8 @@ QImage pearTexture(int width, int height);
 /// The six sides of a die in three by two square cells: 1, 4, 6, 3, 2, 5.
 QImage dieTexture(int cell);
 
-/// A wall of bricks, the same in every picture: colours, directions (green upwards), and red occlusion, green roughness,
-/// blue metallic. They tile.
+/// A wall of bricks, the same in every picture: colours, directions (green upwards), and red occlusion, green
+/// roughness, blue metallic. They tile.
 QImage bricksTexture(int size);
 QImage bricksNormals(int size);
 QImage bricksSurface(int size);

@@ -258,6 +258,8 @@ void BoardWindow::report(const ViewerEvent& event)
         complain(QStringLiteral("%1: %2").arg(name, event.reason));
     else if (event.kind == ViewerEvent::Kind::missing)
         say(QStringLiteral("%1: shown without %2").arg(name, event.files.join(QStringLiteral(", "))));
+    else if (event.kind == ViewerEvent::Kind::note)
+        say(QStringLiteral("%1: %2").arg(name, event.reason));
 }
 
 } // namespace ov3d::apps

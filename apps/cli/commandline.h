@@ -39,9 +39,9 @@ struct VersionCommand
 
 struct RenderCommand
 {
-    QString model;  ///< or a document; as the user wrote it
-    QString output; ///< the same
-    std::optional<QSize> size; ///< none: kDefaultPictureSize
+    QString model;                    ///< or a document; as the user wrote it
+    QString output;                   ///< the same
+    std::optional<QSize> size;        ///< none: kDefaultPictureSize
     std::optional<QColor> background; ///< none: transparent
     bool json = false;
     std::vector<Gesture> gestures;
@@ -83,8 +83,8 @@ struct CheckCommand
 
 struct CheckViewerCommand
 {
-    QString library;       ///< as the user wrote it
-    QString symbol;        ///< of the viewer function
+    QString library; ///< as the user wrote it
+    QString symbol;  ///< of the viewer function
     bool json = false;
     int limitSeconds = 30; ///< for whatever the viewer has to do
     int jobs = 1;          ///< parts of the check that run side by side

@@ -107,7 +107,8 @@ ExitCode changeItem(DocumentSession& session, const SetCommand& command)
     if (error.isEmpty())
         error = applyItemChanges(*item, command.changes);
     if (!error.isEmpty())
-        return session.fail(kExitNoAccess, QStringLiteral("%1: item %2").arg(command.document).arg(command.item), error);
+        return session.fail(kExitNoAccess, QStringLiteral("%1: item %2").arg(command.document).arg(command.item),
+                            error);
     code = session.settle();
     return code == kExitDone ? session.save(command.document) : code;
 }

@@ -169,11 +169,10 @@ ExitCode runInfo(const InfoCommand& command, const QString& folder, const Standa
     const auto file = openFile(streams, folder, command.document, code);
     if (!file)
         return code;
-    const bool isWritten =
-        command.json ? streams.writeOutput(QJsonDocument(documentFacts(*file, command.document)).toJson())
-                     : writeLines(streams, documentLines(*file));
-    return isWritten ? kExitDone
-                     : fail(streams, kExitNoAccess, QStringLiteral("standard output: cannot be written"));
+    const bool isWritten = command.json
+                               ? streams.writeOutput(QJsonDocument(documentFacts(*file, command.document)).toJson())
+                               : writeLines(streams, documentLines(*file));
+    return isWritten ? kExitDone : fail(streams, kExitNoAccess, QStringLiteral("standard output: cannot be written"));
 }
 
 ExitCode runExtract(const ExtractCommand& command, const QString& folder, const StandardStreams& streams)
@@ -184,8 +183,7 @@ ExitCode runExtract(const ExtractCommand& command, const QString& folder, const 
         return code;
     const OvDocumentItem* item = itemOf(file->content(), command.item);
     if (!item)
-        return fail(streams, kExitUsage,
-                    QStringLiteral("%1: has no item %2").arg(command.document).arg(command.item));
+        return fail(streams, kExitUsage, QStringLiteral("%1: has no item %2").arg(command.document).arg(command.item));
     if (item->model.isEmpty())
         return fail(streams, kExitNoAccess,
                     QStringLiteral("%1: item %2 has no model").arg(command.document).arg(command.item));

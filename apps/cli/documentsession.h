@@ -40,8 +40,8 @@ public:
     ExitCode finishLoading();
     ExitCode settle();
 
-    /// Whether every model has been shown: a line on standard error for each that ended in a card or in nothing, and for
-    /// side files that are missing.
+    /// Whether every model has been shown: a line on standard error for each that ended in a card or in nothing, and
+    /// for side files that are missing.
     ExitCode tellEvents();
 
     ExitCode fail(ExitCode code, const QString& subject, const QString& reason) const;

@@ -21,7 +21,8 @@ struct ItemChanges
     std::optional<QString> view;        ///< name of a view
 };
 
-/// Reads key=value words: settings, and environment=FILE, orbit=AZIMUTH,ELEVATION, view=NAME. @return false with `error`.
+/// Reads key=value words: settings, and environment=FILE, orbit=AZIMUTH,ELEVATION, view=NAME. @return false with
+/// `error`.
 bool parseItemChanges(const QStringList& words, ItemChanges& changes, QString& error);
 
 /// Carries out settings and view; the environment picture is the document's business. GUI thread.

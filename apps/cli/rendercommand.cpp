@@ -170,7 +170,11 @@ private:
                 card = &event;
             else if (event.kind == ViewerEvent::Kind::missing)
                 m_report.missing += event.files;
+            m_report.notes += event.notes;
+            if (event.kind == ViewerEvent::Kind::note)
+                m_report.notes << event.reason;
         }
+        m_report.notes.removeDuplicates();
         m_report.missing.removeDuplicates();
         if (card)
             return fail(kExitNotShown, m_command.model, card->reason);

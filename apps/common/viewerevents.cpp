@@ -21,6 +21,8 @@ std::optional<ViewerEvent::Kind> kindOf(const QString& name)
         return ViewerEvent::Kind::missing;
     if (name == QLatin1String("restarted"))
         return ViewerEvent::Kind::restarted;
+    if (name == QLatin1String("note"))
+        return ViewerEvent::Kind::note;
     return {};
 }
 
@@ -39,6 +41,8 @@ void ViewerEvents::add(const QByteArray& json)
     event.reason = object.value(QLatin1String("reason")).toString();
     for (const QJsonValue& file : object.value(QLatin1String("files")).toArray())
         event.files << file.toString();
+    for (const QJsonValue& note : object.value(QLatin1String("notes")).toArray())
+        event.notes << note.toString();
     const std::lock_guard lock(m_mutex);
     m_events.push_back(event);
 }

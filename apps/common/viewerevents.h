@@ -18,6 +18,7 @@ struct ViewerEvent
         card,      ///< the model could not be shown; `reason` says why
         missing,   ///< side files in `files` were not found
         restarted, ///< the renderer had to be started again
+        note,      ///< `reason` says what a later picture had to do without
     };
 
     int run = 0; ///< serial of the viewer run
@@ -25,6 +26,7 @@ struct ViewerEvent
     QString model; ///< path as the viewer got it
     QString reason;
     QStringList files;
+    QStringList notes; ///< what was repaired, refused or left out, one sentence each
 };
 
 /// Keeps the viewer's events for the GUI thread. Any thread.

@@ -29,8 +29,8 @@ QJsonObject objectFrom(const QByteArray& text)
 
 void writeItem(QDataStream& out, const ClippedItem& item)
 {
-    out << item.stream << item.model << item.environment << item.state << textOf(item.parameters)
-        << textOf(item.host) << static_cast<quint32>(item.files.size());
+    out << item.stream << item.model << item.environment << item.state << textOf(item.parameters) << textOf(item.host)
+        << static_cast<quint32>(item.files.size());
     for (const ClippedFile& file : item.files)
         out << file.name << file.content;
 }
@@ -40,8 +40,7 @@ bool readItem(QDataStream& in, ClippedItem& item)
     QByteArray parameters;
     QByteArray host;
     quint32 files = 0;
-    in >> item.stream >> item.model >> item.environment >> item.state >> parameters >> host >>
-        files;
+    in >> item.stream >> item.model >> item.environment >> item.state >> parameters >> host >> files;
     if (files > kMostFiles)
         return false;
     item.parameters = objectFrom(parameters);

@@ -22,10 +22,10 @@ struct ClippedFile
 /// One copied item, with everything that brings it back in another document or another program.
 struct ClippedItem
 {
-    QByteArray stream;    ///< what the item's save() wrote; its model's path means nothing to the receiver
-    QString model;        ///< name of a file below
-    QString environment;  ///< name of a file below, or empty
-    QStringList state;    ///< names of the files below that carry the item's view and settings
+    QByteArray stream;   ///< what the item's save() wrote; its model's path means nothing to the receiver
+    QString model;       ///< name of a file below
+    QString environment; ///< name of a file below, or empty
+    QStringList state;   ///< names of the files below that carry the item's view and settings
     QVector<ClippedFile> files;
     QJsonObject parameters; ///< the whole record
     QJsonObject host;

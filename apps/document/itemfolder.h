@@ -10,7 +10,8 @@ class COvDocument;
 
 namespace ov3d::apps {
 
-//// The folder of an item's files, "resources/<n>", of a path relative to the document's working folder; empty for a path
+//// The folder of an item's files, "resources/<n>", of a path relative to the document's working folder; empty for a
+///path
 /// that stands in none.
 QString itemFolderOf(const QString& relative);
 

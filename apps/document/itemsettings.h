@@ -49,7 +49,8 @@ std::optional<QJsonObject> parseSettings(const QStringList& words, QString& erro
 /// @return nothing while the item has shown no picture.
 std::optional<QJsonObject> readSettings(CBaseObject& item);
 
-/// Changes some of the item's settings; the others keep their values. They act with the item's next picture. GUI thread.
+/// Changes some of the item's settings; the others keep their values. They act with the item's next picture. GUI
+/// thread.
 /// @param changes  keys of the record; unknown ones are left out.
 /// @return an empty text, or why nothing has changed: refused values, a locked item, one without a picture.
 QString changeSettings(CBaseObject& item, const QJsonObject& changes);

@@ -14,10 +14,12 @@ namespace ov3d::apps {
 /// @return false with `error` set and `record` unchanged when the item could not write its state.
 bool saveItemState(CBaseObject& item, const QString& workingFolder, OvDocumentItem& record, QString& error);
 
-/// The key, in what the host keeps of an item, of the user's environment picture: a path relative to the working folder.
+/// The key, in what the host keeps of an item, of the user's environment picture: a path relative to the working
+/// folder.
 QString environmentKey();
 
-/// Tells the item's viewer of the environment picture; an empty path takes it away. @return an empty text, or the reason.
+/// Tells the item's viewer of the environment picture; an empty path takes it away. @return an empty text, or the
+/// reason.
 QString sendEnvironment(CBaseObject& item, const QString& workingFolder, const QString& relative);
 
 } // namespace ov3d::apps

@@ -247,10 +247,7 @@ void LiveDocument::show(Arriving& arriving)
 {
     CBaseObject* item = arriving.item;
     // The item's own text or stream has brought its rectangle; only the size that is set here reaches the viewer.
-    const QPointF corner = item->getPos();
     item->setSize(item->getSize(), false, false);
-    item->setObjRect(QRectF(corner, item->getSize()));
-    item->updateAfterObjRectChanged(item, false);
     restoreState(*item, arriving.record);
     setItemRecord(*item, arriving.record);
 

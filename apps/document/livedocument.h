@@ -27,9 +27,9 @@ struct ClippedItem;
 
 /// A document that is open: its file, its pages with their items, and the one thread that loads them.
 ///
-/// An item that is not loaded stands on its page as a placeholder, which the loaded item then replaces at the same place
-/// and height. So pages can be shown, and documents saved, whatever is loaded; nobody can resize, lock, draw or release
-/// an item while its load runs, since nobody has it. GUI thread.
+/// An item that is not loaded stands on its page as a placeholder, which the loaded item then replaces at the same
+/// place and height. So pages can be shown, and documents saved, whatever is loaded; nobody can resize, lock, draw or
+/// release an item while its load runs, since nobody has it. GUI thread.
 class LiveDocument : public QObject
 {
     Q_OBJECT
@@ -93,7 +93,8 @@ public:
     /// as it was.
     bool collect(OvDocumentContent& content, QString& error);
 
-    /// Saves to a path, or where the document came from. @return false with `error` set; the old file is untouched then.
+    /// Saves to a path, or where the document came from. @return false with `error` set; the old file is untouched
+    /// then.
     bool save(const QString& path, QString& error);
 
 Q_SIGNALS:

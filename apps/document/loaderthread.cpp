@@ -84,13 +84,15 @@ void LoaderThread::startNext()
         } catch (const std::exception& exception) {
             entry->error = QString::fromLocal8Bit(exception.what());
         }
-        QMetaObject::invokeMethod(this, [this, id] { finishPosted(id); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, id] { finishPosted(id); }, Qt::QueuedConnection);
     };
     try {
         m_thread = std::thread(run);
     } catch (const std::system_error& exception) {
         m_running->error = QString::fromLocal8Bit(exception.what());
-        QMetaObject::invokeMethod(this, [this, id] { finishPosted(id); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, id] { finishPosted(id); }, Qt::QueuedConnection);
     }
 }
 

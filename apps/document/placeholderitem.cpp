@@ -70,8 +70,7 @@ void PlaceholderItem::OnQPainterDraw(QPainter* painter)
     painter->setFont(font);
     painter->setPen(QColor(70, 70, 75));
     const double margin = letters * kMarginPerLetter;
-    painter->drawText(area.adjusted(margin, margin, -margin, -margin),
-                      Qt::AlignCenter | Qt::TextWrapAnywhere, m_text);
+    painter->drawText(area.adjusted(margin, margin, -margin, -margin), Qt::AlignCenter | Qt::TextWrapAnywhere, m_text);
     painter->restore();
 }
 

@@ -155,10 +155,12 @@ QString Documents::writeBox(const QString& name, const QColor& colour) const
                                     .arg(colour.greenF())
                                     .arg(colour.blueF())
                                     .toUtf8();
-    const QByteArray box = "mtllib " + stem.toUtf8() +
-                           ".mtl\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\nusemtl paint\n"
-                           "f 1 4 3 2\nf 5 6 7 8\nf 1 2 6 5\nf 4 8 7 3\nf 1 5 8 4\nf 2 3 7 6\n";
-    return writeFile(path, box) && writeFile(QFileInfo(path).path() + QLatin1Char('/') + stem + QLatin1String(".mtl"), material)
+    const QByteArray box =
+        "mtllib " + stem.toUtf8() +
+        ".mtl\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\nusemtl paint\n"
+        "f 1 4 3 2\nf 5 6 7 8\nf 1 2 6 5\nf 4 8 7 3\nf 1 5 8 4\nf 2 3 7 6\n";
+    return writeFile(path, box) &&
+                   writeFile(QFileInfo(path).path() + QLatin1Char('/') + stem + QLatin1String(".mtl"), material)
                ? path
                : QString();
 }
@@ -211,8 +213,8 @@ void Documents::pageLooksTheSameOnAnotherMachine()
     QCOMPARE(carried, turned);
     QVERIFY(opaqueShare(carried) / kItemShare > kLeastOfAnItem);
 
-    const ProgramRun info = run({QStringLiteral("info"), QStringLiteral("--json"),
-                                 at(QStringLiteral("elsewhere/deep/second.ovb"))});
+    const ProgramRun info =
+        run({QStringLiteral("info"), QStringLiteral("--json"), at(QStringLiteral("elsewhere/deep/second.ovb"))});
     const QJsonObject settings = QJsonDocument::fromJson(info.output)
                                      .object()[QLatin1String("pages")]
                                      .toArray()[0]
@@ -243,8 +245,8 @@ void Documents::modelsOfEqualNamesStayApart()
         QVERIFY(QDir(at(QLatin1String(folder))).removeRecursively());
 
     // Saved once more, by a process that has loaded one of them.
-    const ProgramRun set = run({QStringLiteral("set"), QStringLiteral("room.ovb"), QStringLiteral("2"),
-                                QStringLiteral("point_size=4")});
+    const ProgramRun set =
+        run({QStringLiteral("set"), QStringLiteral("room.ovb"), QStringLiteral("2"), QStringLiteral("point_size=4")});
     QVERIFY2(set.exitCode == 0, set.errors.constData());
     for (int i = 0; i < models.size(); ++i) {
         const QImage after = page(QStringLiteral("room.ovb"), i + 1);
@@ -261,8 +263,8 @@ void Documents::oneModelStandsOnFivePages()
     const ProgramRun made = run({QStringLiteral("new"), QStringLiteral("five.ovb"), model, model, model, model, model});
     QVERIFY2(made.exitCode == 0, made.errors.constData());
     QVERIFY(QDir(at(QStringLiteral("originals"))).removeRecursively());
-    const ProgramRun set = run({QStringLiteral("set"), QStringLiteral("five.ovb"), QStringLiteral("3"),
-                                QStringLiteral("view=back")});
+    const ProgramRun set =
+        run({QStringLiteral("set"), QStringLiteral("five.ovb"), QStringLiteral("3"), QStringLiteral("view=back")});
     QVERIFY2(set.exitCode == 0, set.errors.constData());
     const QImage first = page(QStringLiteral("five.ovb"), 1);
     QVERIFY(opaqueShare(first) / kItemShare > kLeastOfAnItem);
@@ -326,7 +328,8 @@ void Documents::nothingIsWrittenBesideTheOriginal()
 
 void Documents::documentWithAMissingModelStillOpens()
 {
-    const QStringList models = {writeBox(QStringLiteral("a/gone.obj"), Qt::red), writeBox(QStringLiteral("a/here.obj"), Qt::red)};
+    const QStringList models = {writeBox(QStringLiteral("a/gone.obj"), Qt::red),
+                                writeBox(QStringLiteral("a/here.obj"), Qt::red)};
     QCOMPARE(run(QStringList{QStringLiteral("new"), QStringLiteral("two.ovb")} + models).exitCode, 0);
     // The same document without one file of it.
     {
@@ -334,7 +337,7 @@ void Documents::documentWithAMissingModelStillOpens()
         KZip to(at(QStringLiteral("less.ovb")));
         QVERIFY(from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly));
         const std::function<void(const KArchiveDirectory*, const QString&)> copy = [&](const KArchiveDirectory* folder,
-                                                                                     const QString& path) {
+                                                                                       const QString& path) {
             for (const QString& name : folder->entries()) {
                 const KArchiveEntry* entry = folder->entry(name);
                 if (entry->isDirectory())
@@ -359,11 +362,11 @@ void Documents::documentWithAMissingModelStillOpens()
 void Documents::extractBringsTheFilesBack()
 {
     const QString originals = copySamples(QStringLiteral("originals"));
-    const ProgramRun made = run({QStringLiteral("new"), QStringLiteral("a.ovb"),
-                                 originals + QStringLiteral("/textured.obj")});
+    const ProgramRun made =
+        run({QStringLiteral("new"), QStringLiteral("a.ovb"), originals + QStringLiteral("/textured.obj")});
     QVERIFY2(made.exitCode == 0, made.errors.constData());
-    const ProgramRun extracted = run({QStringLiteral("extract"), QStringLiteral("a.ovb"), QStringLiteral("1"),
-                                      QStringLiteral("out")});
+    const ProgramRun extracted =
+        run({QStringLiteral("extract"), QStringLiteral("a.ovb"), QStringLiteral("1"), QStringLiteral("out")});
     QVERIFY2(extracted.exitCode == 0, extracted.errors.constData());
     for (const char* name : {"textured.obj", "textured.mtl", "textures/quarters.png"}) {
         QFile one(originals + QLatin1Char('/') + QLatin1String(name));
@@ -373,8 +376,9 @@ void Documents::extractBringsTheFilesBack()
     }
     QCOMPARE(QDir(at(QStringLiteral("out"))).entryList(QDir::Files).size(), 2);
     // Nothing of the user's is replaced.
-    QCOMPARE(run({QStringLiteral("extract"), QStringLiteral("a.ovb"), QStringLiteral("1"), QStringLiteral("out")}).exitCode,
-             4);
+    QCOMPARE(
+        run({QStringLiteral("extract"), QStringLiteral("a.ovb"), QStringLiteral("1"), QStringLiteral("out")}).exitCode,
+        4);
 }
 
 void Documents::exitCodeTellsWhatWentWrong_data()

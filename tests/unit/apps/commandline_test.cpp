@@ -240,8 +240,9 @@ void CommandLineTest::wrongUsageIsRefusedWithAReason()
 void CommandLineTest::helpNamesEveryCommandAndOption()
 {
     const QString help = helpText();
-    for (const char* word : {"render", "check", "new", "info", "set", "extract", "--page", "--set", "--help", "--version", "-o", "--size", "--background", "--json",
-                             "--gesture", "drag:", "wheel:", "undo", "redo", "Exit codes"})
+    for (const char* word : {"render",    "check",  "new",       "info", "set",    "extract",      "--page",
+                             "--set",     "--help", "--version", "-o",   "--size", "--background", "--json",
+                             "--gesture", "drag:",  "wheel:",    "undo", "redo",   "Exit codes"})
         QVERIFY2(help.contains(QLatin1String(word)), word);
 }
 

@@ -1,5 +1,5 @@
-#include "apps/document/itemfolder.h"
 #include "apps/document/itementries.h"
+#include "apps/document/itemfolder.h"
 #include "apps/document/workingdocument.h"
 #include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
@@ -60,7 +60,8 @@ private:
     }
     [[nodiscard]] QStringList itemFolders() const
     {
-        return QDir(m_document->root() + QStringLiteral("/resources")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        return QDir(m_document->root() + QStringLiteral("/resources"))
+            .entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
     }
     [[nodiscard]] QByteArray content(const QString& relative) const
     {
@@ -250,10 +251,10 @@ void ItemFolderTest::filesOutsideTheItemAreNotTaken()
     QCOMPARE(insert(write(QStringLiteral("table.glb")), table), QString());
     const QString root = m_document->root() + QLatin1Char('/');
     // What is behind the model here: another user's file, a way out, another item's model, a folder, nothing.
-    const QJsonArray entries = store({root + chair.model, write(QStringLiteral("secret.txt")),
-                                      root + QStringLiteral("resources/1/chair/../../../../originals/secret.txt"),
-                                      root + table.model, root + QStringLiteral("resources/1/chair/"),
-                                      root + QStringLiteral("resources/1/chair/gone.png")});
+    const QJsonArray entries =
+        store({root + chair.model, write(QStringLiteral("secret.txt")),
+               root + QStringLiteral("resources/1/chair/../../../../originals/secret.txt"), root + table.model,
+               root + QStringLiteral("resources/1/chair/"), root + QStringLiteral("resources/1/chair/gone.png")});
     QCOMPARE(entries.size(), 6);
     QCOMPARE(entryFiles(entries), QStringList(chair.model));
     // Nothing was copied either.

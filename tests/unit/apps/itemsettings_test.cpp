@@ -122,8 +122,8 @@ void ItemSettingsTest::wrongWordsAreRefusedWithTheirKey()
 void ItemSettingsTest::boundsAreInside_data()
 {
     QTest::addColumn<QString>("word");
-    for (const char* word : {"point_size=0", "point_size=100", "view_type=8", "bg_color=0,1,0", "sun_intensity=10000000",
-                             "camera_values=10,0,0,0,0,0", "camera_values=170,0,0,0,0,0"})
+    for (const char* word : {"point_size=0", "point_size=100", "view_type=8", "bg_color=0,1,0",
+                             "sun_intensity=10000000", "camera_values=10,0,0,0,0,0", "camera_values=170,0,0,0,0,0"})
         QTest::newRow(word) << QString::fromLatin1(word);
 }
 
@@ -142,10 +142,9 @@ void ItemSettingsTest::unknownKeysPass()
 void ItemSettingsTest::allowedSettingsLeaveOutWhatIsRefused()
 {
     QStringList refusals;
-    const QJsonObject allowed = allowedSettings({{QStringLiteral("point_size"), 1000},
-                                                 {QStringLiteral("wireframe"), true},
-                                                 {QStringLiteral("glitter"), 1}},
-                                                refusals);
+    const QJsonObject allowed = allowedSettings(
+        {{QStringLiteral("point_size"), 1000}, {QStringLiteral("wireframe"), true}, {QStringLiteral("glitter"), 1}},
+        refusals);
     QCOMPARE(allowed, (QJsonObject{{QStringLiteral("wireframe"), true}, {QStringLiteral("glitter"), 1}}));
     QCOMPARE(refusals.size(), 1);
     QVERIFY(refusals.first().startsWith(QLatin1String("point_size: \"1000\"")));

@@ -120,7 +120,8 @@ void LoaderThreadTest::guiThreadStaysFreeWhileWorkRuns()
                 },
                 [&ended](const QString&, bool) { ended = true; }});
     bool heard = false;
-    QMetaObject::invokeMethod(this, [&heard] { heard = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [&heard] { heard = true; }, Qt::QueuedConnection);
     QVERIFY(waitFor([&heard] { return heard; }));
     QVERIFY(!ended);
     goOn.release();
@@ -184,10 +185,11 @@ void LoaderThreadTest::doneMayAddAJob()
 {
     LoaderThread loader([] {});
     bool second = false;
-    loader.add({[](const auto&) { return QString(); }, [&](const QString&, bool) {
-                    loader.add({[](const auto&) { return QString(); },
-                                [&second](const QString&, bool) { second = true; }});
-                }});
+    loader.add(
+        {[](const auto&) { return QString(); },
+         [&](const QString&, bool) {
+             loader.add({[](const auto&) { return QString(); }, [&second](const QString&, bool) { second = true; }});
+         }});
     loader.finishAll();
     QVERIFY(second);
 }

@@ -13,6 +13,7 @@ class ViewerEventsTest : public TestBase
 
 private Q_SLOTS:
     void eventsComeInOrderAndOnce();
+    void notesComeOneByOne();
     void textThatIsNoEventIsLeftOut();
     void missingPluginIsNamed();
     void libraryWithoutTheFactoryIsRefused();
@@ -32,6 +33,18 @@ void ViewerEventsTest::eventsComeInOrderAndOnce()
     QCOMPARE(taken[1].kind, ViewerEvent::Kind::card);
     QCOMPARE(taken[1].reason, QStringLiteral("is empty"));
     QVERIFY(events.take().empty());
+}
+
+void ViewerEventsTest::notesComeOneByOne()
+{
+    ViewerEvents events;
+    events.add(R"({"event":"shown","reason":"a; b","notes":["a","b"]})");
+    events.add(R"({"event":"note","reason":"the environment picture is cut short"})");
+    const auto taken = events.take();
+    QCOMPARE(taken.size(), std::size_t{2});
+    QCOMPARE(taken[0].notes, QStringList({QStringLiteral("a"), QStringLiteral("b")}));
+    QCOMPARE(taken[1].kind, ViewerEvent::Kind::note);
+    QCOMPARE(taken[1].reason, QStringLiteral("the environment picture is cut short"));
 }
 
 void ViewerEventsTest::textThatIsNoEventIsLeftOut()

@@ -15,9 +15,9 @@ QString writeSquare(ModelFolder& folder, const QByteArray& material, const QList
         images << "{\"uri\":\"" + name + "\"}";
         sources << "{\"source\":" + QByteArray::number(i) + "}";
     }
-    const QByteArray pictures = textures.isEmpty() ? QByteArray()
-                                                   : "\"textures\":[" + sources.join(',') + "],\"images\":[" +
-                                                         images.join(',') + "],";
+    const QByteArray pictures = textures.isEmpty()
+                                    ? QByteArray()
+                                    : "\"textures\":[" + sources.join(',') + "],\"images\":[" + images.join(',') + "],";
     const QByteArray used = extensions.isEmpty() ? QByteArray() : "\"extensionsUsed\":[\"" + extensions + "\"],";
     return folder.write(
         "square.gltf",

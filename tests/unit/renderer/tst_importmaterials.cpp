@@ -91,10 +91,11 @@ void ImportMaterialsTest::gltfThatSaysNothingIsNoMetal()
 
 void ImportMaterialsTest::mapsOfAGltfAreFound()
 {
-    const MaterialData m = ofGltf(R"({"normalTexture":{"index":1,"scale":0.5},
+    const MaterialData m =
+        ofGltf(R"({"normalTexture":{"index":1,"scale":0.5},
         "occlusionTexture":{"index":2,"strength":0.25},"emissiveTexture":{"index":3},"emissiveFactor":[1,1,1],
         "pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicRoughnessTexture":{"index":4}}})",
-                                  {plain(Qt::red), plain(Qt::blue), plain(Qt::gray), plain(Qt::green), plain(Qt::white)});
+               {plain(Qt::red), plain(Qt::blue), plain(Qt::gray), plain(Qt::green), plain(Qt::white)});
     const auto nameOf = [this](int texture) {
         return texture < 0 ? QString() : QString::fromStdString(m_result.model.textures.at(std::size_t(texture)).name);
     };
@@ -122,9 +123,10 @@ void ImportMaterialsTest::mapWithoutABaseTextureGetsAWhiteOne()
 void ImportMaterialsTest::transformIsRelativeToTheBaseTexture()
 {
     const QByteArray twice = R"("extensions":{"KHR_texture_transform":{"scale":[2,2]}})";
-    const MaterialData same = ofGltf("{\"normalTexture\":{\"index\":1," + twice +
-                                         "},\"pbrMetallicRoughness\":{\"baseColorTexture\":{\"index\":0," + twice + "}}}",
-                                     {plain(Qt::red), plain(Qt::blue)}, "KHR_texture_transform");
+    const MaterialData same =
+        ofGltf("{\"normalTexture\":{\"index\":1," + twice +
+                   "},\"pbrMetallicRoughness\":{\"baseColorTexture\":{\"index\":0," + twice + "}}}",
+               {plain(Qt::red), plain(Qt::blue)}, "KHR_texture_transform");
     const TextureMap still;
     for (int i = 0; i < 6; ++i)
         QVERIFY(std::abs((&same.normal_map.m[0][0])[i] - (&still.m[0][0])[i]) < 1e-6f);
@@ -199,7 +201,8 @@ void ImportMaterialsTest::phongHighlightBecomesRoughness()
     const float matt = ofObj("Kd 0.5 0.5 0.5\nKs 0 0 0\nNs 300\nillum 1").roughness;
     const float dull = ofObj("Kd 0.5 0.5 0.5\nKs 1 1 1\nNs 5\nillum 2").roughness;
     const float shiny = ofObj("Kd 0.5 0.5 0.5\nKs 1 1 1\nNs 500\nillum 2").roughness;
-    QVERIFY2(matt > dull && dull > shiny && shiny > 0.1f, qPrintable(QString("%1 %2 %3").arg(matt).arg(dull).arg(shiny)));
+    QVERIFY2(matt > dull && dull > shiny && shiny > 0.1f,
+             qPrintable(QString("%1 %2 %3").arg(matt).arg(dull).arg(shiny)));
     QCOMPARE(ofObj("Kd 0.5 0.5 0.5\nKs 1 1 1\nNs 500\nillum 2").metallic, 0.0f);
 }
 

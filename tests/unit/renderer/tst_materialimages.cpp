@@ -35,7 +35,8 @@ DecodedImage plain(int side, const Pixel& pixel)
 
 Pixel at(const DecodedImage& image, int x, int y)
 {
-    const std::size_t k = (static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(x)) * 4;
+    const std::size_t k =
+        (static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(x)) * 4;
     return {image.rgba[k], image.rgba[k + 1], image.rgba[k + 2], image.rgba[k + 3]};
 }
 
@@ -76,7 +77,9 @@ void MaterialImagesTest::alphaTellsCutOutFromTranslucent()
 void MaterialImagesTest::opacityIsTheGreyOfAnotherImage()
 {
     DecodedImage base = plain(2, {10, 20, 30, 255});
-    applyOpacity(base, image(2, 2, [](int x, int) { return x == 0 ? Pixel{0, 0, 0, 255} : Pixel{255, 255, 255, 255}; }));
+    applyOpacity(base, image(2, 2, [](int x, int) {
+                     return x == 0 ? Pixel{0, 0, 0, 255} : Pixel{255, 255, 255, 255};
+                 }));
     QCOMPARE(at(base, 0, 0), (Pixel{10, 20, 30, 0}));
     QCOMPARE(at(base, 1, 1), (Pixel{10, 20, 30, 255}));
 }
@@ -91,7 +94,9 @@ void MaterialImagesTest::opacityIsTheAlphaWhereThereIsOne()
 void MaterialImagesTest::opacityOfAnotherSizeIsSpread()
 {
     DecodedImage base = image(2, 1, [](int x, int) { return Pixel{byte(x * 100), 0, 0, 255}; });
-    applyOpacity(base, image(4, 4, [](int x, int y) { return x + y == 0 ? Pixel{0, 0, 0, 255} : Pixel{255, 255, 255, 255}; }));
+    applyOpacity(base, image(4, 4, [](int x, int y) {
+                     return x + y == 0 ? Pixel{0, 0, 0, 255} : Pixel{255, 255, 255, 255};
+                 }));
     QCOMPARE(base.width, 4);
     QCOMPARE(base.height, 4);
     QCOMPARE(int{at(base, 0, 0)[3]}, 0);
@@ -101,8 +106,12 @@ void MaterialImagesTest::opacityOfAnotherSizeIsSpread()
 void MaterialImagesTest::normalMapsAreToldFromHeights()
 {
     QVERIFY(looksLikeNormals(plain(4, {128, 128, 255, 255})));
-    QVERIFY(looksLikeNormals(image(16, 16, [](int x, int y) { return Pixel{byte(90 + x * 4), byte(100 + y * 4), 235, 255}; })));
-    QVERIFY(!looksLikeNormals(image(16, 16, [](int x, int y) { return Pixel{byte(x * 9 + y), byte(x * 9 + y), byte(x * 9 + y), 255}; })));
+    QVERIFY(looksLikeNormals(image(16, 16, [](int x, int y) {
+        return Pixel{byte(90 + x * 4), byte(100 + y * 4), 235, 255};
+    })));
+    QVERIFY(!looksLikeNormals(image(16, 16, [](int x, int y) {
+        return Pixel{byte(x * 9 + y), byte(x * 9 + y), byte(x * 9 + y), 255};
+    })));
     QVERIFY(!looksLikeNormals(plain(4, {255, 255, 255, 255})));
     QVERIFY(!looksLikeNormals(plain(4, {0, 0, 0, 255})));
     QVERIFY(!looksLikeNormals(plain(4, {150, 90, 40, 255})));

@@ -91,7 +91,7 @@ void MaterialLookTest::presetsReplaceEverythingOfTheFile()
         QCOMPARE(shown.emissive, Colour{});
         QCOMPARE(shown.metallic, preset < 2 ? 1.0f : 0.0f);
         QCOMPARE(shown.stone, preset == 4);
-        QCOMPARE(shown.opacity, 1.0f);
+        QCOMPARE(shown.opacity < 1, preset == 3);
         QCOMPARE(shown.glass, preset == 3);
         for (int other = 0; other < preset; ++other)
             QVERIFY(!(shown == look(with(0, other))));
@@ -162,6 +162,8 @@ void MaterialLookTest::linesAndPointsShowTheirColour()
             const MaterialLook shown = look(with(shading, 6), primitive);
             QVERIFY(shown.shading == Shading::flat);
             QCOMPARE(shown.colour, (Colour{0.2f, 0.4f, 0.6f}));
+            const MaterialLook glass = look(with(shading, 3), primitive);
+            QVERIFY(!glass.glass && glass.opacity == 1.0f);
         }
 }
 

@@ -448,7 +448,8 @@ void RendererPicturesTest::everySettingOfTheSurroundingsChangesThePicture_data()
     row("sun_color", [](RenderSettings& s) { s.sun_color[2] = 0.2f; });
     row("sun_follow off", [](RenderSettings& s) { s.sun_follow = false; });
     for (const int profile : {1, 2, 3, 4, 5})
-        row(qPrintable(QString("light_profile %1").arg(profile)), [profile](RenderSettings& s) { s.light_profile = profile; });
+        row(qPrintable(QString("light_profile %1").arg(profile)),
+            [profile](RenderSettings& s) { s.light_profile = profile; });
 }
 
 void RendererPicturesTest::everySettingOfTheSurroundingsChangesThePicture()

@@ -86,8 +86,9 @@ QByteArray ballObj()
         for (int i = 0; i <= columns; ++i) {
             const double a = M_PI * j / rows;
             const double b = 2 * M_PI * i / columns;
-            const QByteArray at = QByteArray::number(std::sin(a) * std::sin(b)) + " " + QByteArray::number(std::cos(a)) +
-                                  " " + QByteArray::number(std::sin(a) * std::cos(b)) + "\n";
+            const QByteArray at = QByteArray::number(std::sin(a) * std::sin(b)) + " " +
+                                  QByteArray::number(std::cos(a)) + " " +
+                                  QByteArray::number(std::sin(a) * std::cos(b)) + "\n";
             obj += "v " + at + "vn " + at;
         }
     const auto corner = [](int j, int i) {
@@ -247,7 +248,8 @@ void SurfacesTest::whitePlasticIsJustBelowWhite()
 
 void SurfacesTest::litColourKeepsItsHue()
 {
-    for (const QColor& colour : {QColor(200, 40, 40), QColor(40, 140, 60), QColor(50, 70, 200), QColor(120, 120, 120)}) {
+    for (const QColor& colour :
+         {QColor(200, 40, 40), QColor(40, 140, 60), QColor(50, 70, 200), QColor(120, 120, 120)}) {
         const QColor lit = middleOf(R"({"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0,
             "roughnessFactor":0.8}})",
                                     {plain(colour)});
@@ -331,7 +333,9 @@ void SurfacesTest::redGlassIsRedOnAnyPage()
     glass.material_color[1] = glass.material_color[2] = 0.05f;
     // The picture holds no page: what is opaque and red in it is red on all of them.
     const QImage keyed = draw(glass);
-    QVERIFY(qAbs(shownPixels(keyed) - shownPixels(draw())) < 12);
+    const int covered = shownPixels(keyed);
+    const int solid = shownPixels(draw());
+    QVERIFY2(covered <= solid && covered * 100 > solid * 99, qPrintable(QString("%1 of %2").arg(covered).arg(solid)));
     for (const QPoint& at : {QPoint(60, 60), QPoint(45, 70), QPoint(75, 50)}) {
         const QColor seen = keyed.pixelColor(at);
         QVERIFY2(seen.red() > seen.green() + 50 && seen.red() > seen.blue() + 50, qPrintable(seen.name()));
@@ -348,7 +352,8 @@ void SurfacesTest::settingsChangeThePictureAndBack()
                                                    {halves(Qt::red, Qt::yellow)});
     QVERIFY(m_client->load(path));
     const QImage before = draw();
-    for (const RenderSettings& settings : {with(1), with(2), with(3), with(4), with(0, 0), with(0, 3), with(0, 4), raw()}) {
+    for (const RenderSettings& settings :
+         {with(1), with(2), with(3), with(4), with(0, 0), with(0, 3), with(0, 4), raw()}) {
         QVERIFY(difference(draw(settings), before) > 10);
         QCOMPARE(difference(draw(), before), 0);
     }
@@ -435,7 +440,8 @@ void SurfacesTest::emissiveTextureGlowsInPlaces()
         "pbrMetallicRoughness":{"baseColorFactor":[0,0,0,1],"metallicFactor":0}})",
                                     {halves(QColor(0, 0, 0), QColor(150, 110, 60))}, dark);
     QVERIFY2(brightness(image.pixelColor(40, 60)) < 40, qPrintable(image.pixelColor(40, 60).name()));
-    QVERIFY2(distance(image.pixelColor(80, 60), QColor(150, 110, 60)) < 12, qPrintable(image.pixelColor(80, 60).name()));
+    QVERIFY2(distance(image.pixelColor(80, 60), QColor(150, 110, 60)) < 12,
+             qPrintable(image.pixelColor(80, 60).name()));
 }
 
 void SurfacesTest::cutOutKeepsItsShapeUnderEveryMaterial()
@@ -444,7 +450,8 @@ void SurfacesTest::cutOutKeepsItsShapeUnderEveryMaterial()
         {"baseColorTexture":{"index":0},"metallicFactor":0}})",
                                                    {halves(QColor(200, 40, 40), QColor(200, 40, 40, 0))});
     QVERIFY(m_client->load(path));
-    for (const RenderSettings& settings : {with(0), with(1), with(2), with(3), with(4), with(0, 2), with(0, 3), raw()}) {
+    for (const RenderSettings& settings :
+         {with(0), with(1), with(2), with(3), with(4), with(0, 2), with(0, 3), raw()}) {
         const QImage image = draw(settings);
         QVERIFY(image.pixel(45, 60) != kKey);
         QCOMPARE(image.pixel(80, 60), kKey);
@@ -468,17 +475,16 @@ void SurfacesTest::translucentColoursOfVerticesCountOnce()
     // A square with a half-transparent material, once with and once without white vertex colours.
     const QByteArray material = R"({"alphaMode":"BLEND","pbrMetallicRoughness":{"baseColorFactor":[1,0,0,0.5],
         "metallicFactor":0},"extensions":{"KHR_materials_unlit":{}}})";
-    const QColor plainSquare =
-        drawSquare(material, {}, {}, "KHR_materials_unlit").pixelColor(60, 60);
+    const QColor plainSquare = drawSquare(material, {}, {}, "KHR_materials_unlit").pixelColor(60, 60);
     QVERIFY(distance(plainSquare, QColor(191, 64, 64)) <= 3);
     QFile file(m_folder->path("square.gltf"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QByteArray json = file.readAll();
     json.replace("\"TEXCOORD_0\":1}", "\"TEXCOORD_0\":1,\"COLOR_0\":3}");
     json.replace("\"type\":\"SCALAR\"}]", "\"type\":\"SCALAR\"},{\"bufferView\":3,\"componentType\":5126,\"count\":4,"
-                                         "\"type\":\"VEC4\"}]");
+                                          "\"type\":\"VEC4\"}]");
     json.replace("\"byteOffset\":80,\"byteLength\":12}", "\"byteOffset\":80,\"byteLength\":12},{\"buffer\":0,"
-                                                        "\"byteOffset\":92,\"byteLength\":64}");
+                                                         "\"byteOffset\":92,\"byteLength\":64}");
     json.replace("\"byteLength\":92}]", "\"byteLength\":156}]");
     const float one = 1.0f;
     QByteArray ones;

@@ -47,8 +47,7 @@ camera::Pose poseFrom(double azimuth, double elevation)
 {
     camera::Pose pose;
     pose.right = {std::cos(azimuth), 0, -std::sin(azimuth)};
-    pose.up = {-std::sin(azimuth) * std::sin(elevation), std::cos(elevation),
-               -std::cos(azimuth) * std::sin(elevation)};
+    pose.up = {-std::sin(azimuth) * std::sin(elevation), std::cos(elevation), -std::cos(azimuth) * std::sin(elevation)};
     pose.backward = {std::sin(azimuth) * std::cos(elevation), std::sin(elevation),
                      std::cos(azimuth) * std::cos(elevation)};
     pose.vertical_field_of_view = 0.5;
@@ -84,6 +83,7 @@ private Q_SLOTS:
     void axisLaidOverPartsIsTheAxisLaidOverTheWhole();
 
     void skyShowsWhatTheCameraLooksAt();
+    void skyPartIsAPartOfTheWholeSky_data();
     void skyPartIsAPartOfTheWholeSky();
     void skyOfAParallelCameraIsNoSingleColour();
 };
@@ -179,7 +179,8 @@ void SurroundingsTest::axisInFrontHidesTheOneBehind()
 void SurroundingsTest::axisStaysInThePicture_data()
 {
     QTest::addColumn<QSize>("size");
-    for (const QSize size : {QSize(1280, 960), QSize(64, 48), QSize(5, 400), QSize(400, 5), QSize(1, 1), QSize(8000, 6000)})
+    for (const QSize size :
+         {QSize(1280, 960), QSize(64, 48), QSize(5, 400), QSize(400, 5), QSize(1, 1), QSize(8000, 6000)})
         QTest::newRow(qPrintable(QString("%1 x %2").arg(size.width()).arg(size.height()))) << size;
 }
 
@@ -220,7 +221,7 @@ void SurroundingsTest::skyShowsWhatTheCameraLooksAt()
 {
     const Radiance halves = [](Direction d) { return d.y > 0 ? Light{0, 0, 0.5f} : Light{0.5f, 0, 0}; };
     const SkyImage level = drawSky(halves, 1, poseFrom(0, 0), {{0, 0, 80, 60}, 80, 60}, {0, 0, 80, 60});
-    QCOMPARE(QSize(level.width, level.height), QSize(40, 30));
+    QCOMPARE(QSize(level.width, level.height), QSize(80, 60));
     QCOMPARE(int{level.rgb.front()}, 188); // the lowest row comes first
     QCOMPARE(int{level.rgb.back()}, 188);
     const SkyImage down = drawSky(halves, 1, poseFrom(0, 1.5), {{0, 0, 80, 60}, 80, 60}, {0, 0, 80, 60});
@@ -229,16 +230,25 @@ void SurroundingsTest::skyShowsWhatTheCameraLooksAt()
     QVERIFY(dim.rgb.back() < 80 && dim.rgb.back() > 20);
 }
 
+void SurroundingsTest::skyPartIsAPartOfTheWholeSky_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("a small picture") << QSize(96, 64);
+    QTest::newRow("a large picture, whose sky is softer") << QSize(800, 600);
+}
+
 void SurroundingsTest::skyPartIsAPartOfTheWholeSky()
 {
     const Radiance sky = [](Direction d) { return radianceOf(Sky::sunset, d); };
-    const Wanted wanted{{0, 0, 96, 64}, 96, 64};
-    const SkyImage whole = drawSky(sky, 1, poseFrom(0.3, 0.2), wanted, {0, 0, 96, 64});
-    const SkyImage part = drawSky(sky, 1, poseFrom(0.3, 0.2), wanted, {32, 16, 40, 32});
+    QFETCH(QSize, size);
+    const Wanted wanted{{0, 0, size.width(), size.height()}, size.width(), size.height()};
+    const int step = skyStep(wanted);
+    const SkyImage whole = drawSky(sky, 1, poseFrom(0.3, 0.2), wanted, wanted.part);
+    const SkyImage part = drawSky(sky, 1, poseFrom(0.3, 0.2), wanted, {32, 16, 40, size.height() - 32});
+    QCOMPARE(part.width, 40 / step);
     for (int y = 0; y < part.height; ++y)
         for (int x = 0; x < part.width * 3; ++x) {
-            // 16 of the picture's rows lie below the part, that is 8 of the sky's.
-            const int inWhole = (y + 8) * whole.width * 3 + 16 * 3 + x;
+            const int inWhole = (y + 16 / step) * whole.width * 3 + 32 / step * 3 + x;
             QCOMPARE(int{part.rgb[static_cast<std::size_t>(y * part.width * 3 + x)]},
                      int{whole.rgb[static_cast<std::size_t>(inWhole)]});
         }

@@ -60,6 +60,7 @@ private Q_SLOTS:
     void objectsThatDoubleAtEachLevelAreRefusedAtOnce();
     void depthLimitOfComponentsIsExact();
     void modelsAreNamedByRelationsNotBySuffix();
+    void numberOfRelationsIsBounded();
     void whatIsNotShownIsNoted();
     void missingPicturesAndPreviewsAreNoFault();
 };
@@ -121,6 +122,16 @@ void ThreeMfCheckTest::modelsAreNamedByRelationsNotBySuffix()
                                                 {"3D/odd.bin", "<!DOCTYPE x><model/>"},
                                                 {"Other/unused.model", "no XML at all"}});
     QVERIFY(reason(bytes).startsWith("cannot be understood: its part 3D/odd.bin declares"));
+}
+
+void ThreeMfCheckTest::numberOfRelationsIsBounded()
+{
+    QByteArray text = packagefiles::rootRelations().second;
+    const int at = text.indexOf("<Relationship ");
+    const QByteArray relation = text.mid(at, text.indexOf("/>", at) + 2 - at);
+    text.replace(relation, relation.repeated(static_cast<int>(kMaxThreeMfRelations) + 1));
+    QCOMPARE(reason(packagefiles::zip({{"_rels/.rels", text}, {"3D/3dmodel.model", "<model/>"}})),
+             QString("names more model parts than allowed"));
 }
 
 void ThreeMfCheckTest::whatIsNotShownIsNoted()

@@ -149,8 +149,7 @@ void ViewpointTest::partSeesAPointWhereTheWholeSeesIt()
     pose.centre_x = 0.2;
     pose.centre_y = -0.1;
     const Viewpoint whole = viewpointOf(pose, {}, 640, 480);
-    const Viewpoint cut =
-        viewpointOfPart(whole, 640, 480, {part.x(), part.y(), part.width(), part.height()});
+    const Viewpoint cut = viewpointOfPart(whole, 640, 480, {part.x(), part.y(), part.width(), part.height()});
     for (const camera::Vec3 point : {camera::Vec3{0.3, 0.4, 0.1}, camera::Vec3{-0.7, -0.2, 0.5}}) {
         const QPointF inWhole = landing(whole, point, 640, 480);
         const QPointF inPart = landing(cut, point, part.width(), part.height()) + part.topLeft();

@@ -55,6 +55,7 @@ private Q_SLOTS:
     void damagedPackagesAreRefused();
     void smallPackageThatInflatesWithoutEndIsRefused();
     void sumOfAllPartsIsBounded();
+    void partThatIsLargerPackedThanUnpackedIsRefused();
     void partThatHoldsMoreThanItsSizeIsCutOff();
     void partThatHoldsLessThanItsSizeIsReported();
     void everyTruncationIsRefused();
@@ -162,6 +163,13 @@ void ZipPackageTest::sumOfAllPartsIsBounded()
     sound.insert(directory, QByteArray(2 * 1024 * 1024, '\0'));
     qToLittleEndian<quint32>(static_cast<quint32>(directory + 2 * 1024 * 1024), sound.data() + sound.size() - 6);
     QCOMPARE(openReason(sound), QString("unpacks to more data than allowed"));
+}
+
+void ZipPackageTest::partThatIsLargerPackedThanUnpackedIsRefused()
+{
+    const QByteArray noise = zip({{"a", QByteArray(100000, 'x')}}, false);
+    const QByteArray bytes = withEntryField(withEntryField(noise, kMethodAt, 8, 2), kInflatedAt, 1, 4);
+    QCOMPARE(openReason(bytes), QString("is damaged: its list of parts cannot be read"));
 }
 
 void ZipPackageTest::partThatHoldsMoreThanItsSizeIsCutOff()

@@ -15,7 +15,8 @@ namespace {
 /// Mean luminance, over the sphere, that a file is brought to: that of the studio.
 constexpr double kMeanLuminance = 0.45;
 
-/// Brightest component that is kept, in units of the mean: a sun in the picture is for the eye, the sun light for shading.
+/// Brightest component that is kept, in units of the mean: a sun in the picture is for the eye, the sun light for
+/// shading.
 constexpr float kBrightest = 60.0f;
 
 constexpr std::size_t kMaxHeaderBytes = 16384;

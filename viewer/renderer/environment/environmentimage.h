@@ -27,8 +27,8 @@ inline constexpr std::int64_t kMaxEnvironmentPixels = std::int64_t{16384} * 8192
 /// Largest width that is kept; a wider file is averaged down while it is read.
 inline constexpr int kMaxKeptEnvironmentWidth = 2048;
 
-/// Reads a Radiance picture (.hdr: RGBE, plain or run-length, rows from the top, columns from the left) and brings it to
-/// the brightness of our own environments, since such files have no common unit.
+/// Reads a Radiance picture (.hdr: RGBE, plain or run-length, rows from the top, columns from the left) and brings it
+/// to the brightness of our own environments, since such files have no common unit.
 ///
 /// @return false with plain words in `reason` ("is no Radiance picture"); `image` is then unspecified. Throws
 /// std::bad_alloc. Never keeps more than kMaxKeptEnvironmentWidth columns in memory.

@@ -23,7 +23,7 @@ public:
     static ChainTexture* New();
     vtkTypeMacro(ChainTexture, vtkPBRPrefilterTexture)
 
-    void show(std::shared_ptr<const LightChain> chain, float gain)
+        void show(std::shared_ptr<const LightChain> chain, float gain)
     {
         if (chain == m_chain && gain == m_gain)
             return;
@@ -83,53 +83,33 @@ private:
 };
 vtkStandardNewMacro(ChainTexture)
 
-class ReflectanceTexture : public vtkPBRLUTTexture
+    /// In the place of VTK's table of reflectances, which our shaders do without. A table that is bound but not looked
+    /// at made the software driver read the wrong texture for the reflections.
+    class NoTable : public vtkPBRLUTTexture
 {
 public:
-    static ReflectanceTexture* New();
-    vtkTypeMacro(ReflectanceTexture, vtkPBRLUTTexture)
+    static NoTable* New();
+    vtkTypeMacro(NoTable, vtkPBRLUTTexture)
 
-    void Load(vtkRenderer* renderer) override
+        void Load(vtkRenderer* /*renderer*/) override
     {
-        if (!this->TextureObject) {
-            auto* window = static_cast<vtkOpenGLRenderWindow*>(renderer->GetRenderWindow());
-            this->RenderWindow = window;
-            this->TextureObject = vtkTextureObject::New();
-            this->TextureObject->SetContext(window);
-            this->TextureObject->SetFormat(GL_RG);
-            this->TextureObject->SetInternalFormat(GL_RG16F);
-            this->TextureObject->SetDataType(GL_FLOAT);
-            this->TextureObject->SetWrapS(vtkTextureObject::ClampToEdge);
-            this->TextureObject->SetWrapT(vtkTextureObject::ClampToEdge);
-            this->TextureObject->SetMinificationFilter(vtkTextureObject::Linear);
-            this->TextureObject->SetMagnificationFilter(vtkTextureObject::Linear);
-            std::vector<float> table = makeReflectanceTable();
-            this->TextureObject->Create2DFromRaw(kReflectanceSide, kReflectanceSide, 2, VTK_FLOAT, table.data());
-        }
-        this->TextureObject->Activate();
     }
 };
-vtkStandardNewMacro(ReflectanceTexture)
+vtkStandardNewMacro(NoTable)
 
-/// What VTK multiplies each number of its spherical harmonics with before the shader has them.
-constexpr std::array<float, 9> kVtkFactors{0.282095f,
-                                           -0.488603f * (2.0f / 3),
-                                           0.488603f * (2.0f / 3),
-                                           -0.488603f * (2.0f / 3),
-                                           1.092548f * 0.25f,
-                                           -1.092548f * 0.25f,
-                                           0.315392f * 0.25f,
-                                           -1.092548f * 0.25f,
-                                           0.546274f * 0.25f};
+    /// What VTK multiplies each number of its spherical harmonics with before the shader has them.
+    constexpr std::array<float, 9> kVtkFactors{
+        0.282095f,          -0.488603f * (2.0f / 3), 0.488603f * (2.0f / 3), -0.488603f * (2.0f / 3), 1.092548f * 0.25f,
+        -1.092548f * 0.25f, 0.315392f * 0.25f,       -1.092548f * 0.25f,     0.546274f * 0.25f};
 
 } // namespace
 
 vtkStandardNewMacro(EnvironmentRenderer)
 
-EnvironmentRenderer::EnvironmentRenderer()
+    EnvironmentRenderer::EnvironmentRenderer()
 {
     this->EnvMapPrefiltered = ChainTexture::New();
-    this->EnvMapLookupTable = ReflectanceTexture::New();
+    this->EnvMapLookupTable = NoTable::New();
 
     // VTK asks for a texture with an image, though nothing reads it any more.
     vtkNew<vtkImageData> image;
@@ -141,14 +121,14 @@ EnvironmentRenderer::EnvironmentRenderer()
     this->SetUseSphericalHarmonics(true);
 }
 
-void EnvironmentRenderer::setEnvironment(const Irradiance& irradiance, std::shared_ptr<const LightChain> reflections,
-                                         float gain)
+void EnvironmentRenderer::setEnvironment(const Irradiance& irradiance, float mattGain,
+                                         std::shared_ptr<const LightChain> reflections, float reflectionGain)
 {
     auto numbers = vtkSmartPointer<vtkFloatArray>::New();
     numbers->SetNumberOfComponents(static_cast<int>(irradiance.size()));
     numbers->SetNumberOfTuples(3);
     for (std::size_t i = 0; i < irradiance.size(); ++i) {
-        const Light light = irradiance[i] * (gain / kVtkFactors[i]);
+        const Light light = irradiance[i] * (mattGain / kVtkFactors[i]);
         numbers->SetTypedComponent(0, static_cast<int>(i), light.red);
         numbers->SetTypedComponent(1, static_cast<int>(i), light.green);
         numbers->SetTypedComponent(2, static_cast<int>(i), light.blue);
@@ -156,7 +136,7 @@ void EnvironmentRenderer::setEnvironment(const Irradiance& irradiance, std::shar
     // Newer than the image: VTK would work its own numbers out of that otherwise.
     numbers->Modified();
     this->SphericalHarmonics = numbers;
-    static_cast<ChainTexture*>(this->EnvMapPrefiltered)->show(std::move(reflections), gain);
+    static_cast<ChainTexture*>(this->EnvMapPrefiltered)->show(std::move(reflections), reflectionGain);
     this->SetUseImageBasedLighting(true);
 }
 

@@ -15,8 +15,10 @@ public:
     static EnvironmentRenderer* New();
     vtkTypeMacro(EnvironmentRenderer, vtkOpenGLRenderer)
 
-    /// Lights physically based surfaces from now on. A gain of 0 leaves no light of the environment, at the same cost.
-    void setEnvironment(const Irradiance& irradiance, std::shared_ptr<const LightChain> reflections, float gain);
+        /// Lights physically based surfaces from now on. Gains of 0 leave no light of the environment, at the same
+        /// cost.
+        void setEnvironment(const Irradiance& irradiance, float mattGain, std::shared_ptr<const LightChain> reflections,
+                            float reflectionGain);
 
 protected:
     EnvironmentRenderer();

@@ -17,8 +17,8 @@ inline constexpr double kMaxGain = 16.0;
 /// A setting as a multiple of its neutral value, 0 to kMaxGain; what is no number counts as 0.
 [[nodiscard]] double gainOf(double intensity, double neutral);
 
-/// How linear light becomes a displayed colour: faithful up to kShoulder, then bent so that nothing ever clips hard; then
-/// encoded as sRGB. The shader text below does the same for surfaces.
+/// How linear light becomes a displayed colour: faithful up to kShoulder, then bent so that nothing ever clips hard;
+/// then encoded as sRGB. The shader text below does the same for surfaces.
 [[nodiscard]] std::array<std::uint8_t, 3> displayed(Light light);
 
 /// Brightest component that is shown as it is.

@@ -183,8 +183,8 @@ Cube blurred(const std::vector<Cube>& pyramid, int side, float roughness, int co
     const std::vector<Sample> samples = samplesOf(roughness, count, pyramid.size());
     return cubeOf(side, [&](Direction n) {
         const Direction helper = std::abs(n.z) < 0.999f ? Direction{0, 0, 1} : Direction{1, 0, 0};
-        const Direction u = normalised({helper.y * n.z - helper.z * n.y, helper.z * n.x - helper.x * n.z,
-                                        helper.x * n.y - helper.y * n.x});
+        const Direction u = normalised(
+            {helper.y * n.z - helper.z * n.y, helper.z * n.x - helper.x * n.z, helper.x * n.y - helper.y * n.x});
         const Direction v{n.y * u.z - n.z * u.y, n.z * u.x - n.x * u.z, n.x * u.y - n.y * u.x};
         Light sum;
         float weights = 0;
@@ -240,32 +240,6 @@ std::vector<float> floatsOf(const Cube& cube)
     return floats;
 }
 
-/// One entry of the reflectance table.
-std::array<float, 2> reflectance(float cosine, float roughness)
-{
-    constexpr int count = 64;
-    const float alpha = roughness * roughness;
-    const Direction view{std::sqrt(1 - cosine * cosine), 0, cosine};
-    const auto visible = [k = alpha / 2](float c) { return c / (c * (1 - k) + k); };
-    float scale = 0;
-    float bias = 0;
-    for (int i = 0; i < count; ++i) {
-        const float phi = 2 * kPi * (static_cast<float>(i) + 0.5f) / count;
-        const float random = radicalInverse(static_cast<std::uint32_t>(i));
-        const float up = std::sqrt((1 - random) / (1 + (alpha * alpha - 1) * random));
-        const float sine = std::sqrt(std::max(1 - up * up, 0.0f));
-        const float viewHalf = std::max(view.x * sine * std::cos(phi) + view.z * up, 0.0f);
-        const float lightUp = 2 * viewHalf * up - view.z;
-        if (lightUp <= 0)
-            continue;
-        const float share = visible(cosine) * visible(lightUp) * viewHalf / (up * cosine);
-        const float grazing = std::pow(1 - viewHalf, 5.0f);
-        scale += (1 - grazing) * share;
-        bias += grazing * share;
-    }
-    return {scale / count, bias / count};
-}
-
 } // namespace
 
 Light valueOf(const Irradiance& irradiance, Direction normal)
@@ -292,19 +266,6 @@ LightChain makeLightChain(const Radiance& radiance)
         chain.reflections[level] = floatsOf(blurred(pyramid, kChainSide >> level, roughness, kSamples[level]));
     }
     return chain;
-}
-
-std::vector<float> makeReflectanceTable()
-{
-    std::vector<float> table;
-    for (int row = 0; row < kReflectanceSide; ++row)
-        for (int column = 0; column < kReflectanceSide; ++column) {
-            const float cosine = (static_cast<float>(column) + 0.5f) / kReflectanceSide;
-            const float roughness = (static_cast<float>(row) + 0.5f) / kReflectanceSide;
-            const std::array<float, 2> entry = reflectance(cosine, roughness);
-            table.insert(table.end(), entry.begin(), entry.end());
-        }
-    return table;
 }
 
 } // namespace ov3d::renderer

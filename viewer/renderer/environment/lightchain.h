@@ -26,7 +26,8 @@ inline constexpr int kChainLevels = 5;
 /// Cube maps of ever blurrier reflections: six faces of RGB floats each, in OpenGL's order and orientation.
 using Reflections = std::array<std::vector<float>, kChainLevels>;
 
-/// What shading needs of an environment, made once on the processor: a fraction of the time that a software driver takes.
+/// What shading needs of an environment, made once on the processor: a fraction of the time that a software driver
+/// takes.
 struct LightChain
 {
     Irradiance irradiance;
@@ -35,12 +36,5 @@ struct LightChain
 
 /// Takes some tens of milliseconds. Any thread.
 [[nodiscard]] LightChain makeLightChain(const Radiance& radiance);
-
-/// Side of the table below.
-inline constexpr int kReflectanceSide = 32;
-
-/// Share of reflected light by cosine of the view angle (columns) and roughness (rows): two numbers an entry, a scale for
-/// the reflectance at normal incidence and one for that at grazing incidence.
-[[nodiscard]] std::vector<float> makeReflectanceTable();
 
 } // namespace ov3d::renderer

@@ -10,7 +10,10 @@ namespace {
 using camera::Vec3;
 
 /// What a white surface that faces it sends back of the neutral sun.
-constexpr float kSunLight = 0.62f;
+constexpr float kSunLight = 0.95f;
+
+/// Share of the environment that lights matt surfaces, so that the sun models them: light from everywhere makes flat.
+constexpr float kMattShare = 0.68f;
 
 /// Lamps of the profiles, in camera axes (right, up, backward): where their light travels.
 constexpr Vec3 kFromTheRight{-0.80, 0.10, -0.592};
@@ -85,6 +88,7 @@ LightPlan planOf(const protocol::RenderSettings& settings, const camera::Pose& p
 
     plan.sky_gain = static_cast<float>(gainOf(settings.ibl_intensity, kNeutralEnvironmentIntensity));
     plan.environment_gain = settings.ibl_enabled ? plan.sky_gain * shares.environment : 0.0f;
+    plan.matt_gain = plan.environment_gain * kMattShare;
     const auto sun = static_cast<float>(gainOf(settings.sun_intensity, kNeutralSunIntensity)) * shares.sun;
     if (settings.sun_enabled && sun > 0)
         plan.lamps.push_back({settings.sun_follow ? toWorld(pose.sun_direction, pose) : pose.sun_direction,

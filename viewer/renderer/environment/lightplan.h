@@ -54,10 +54,11 @@ struct Map
 /// is even. Without `ibl_enabled` the environment gives no light, but a sky box shows it still.
 struct LightPlan
 {
-    Map reflections;             ///< also what the sky box shows
-    Map matt;                    ///< lights matt surfaces
-    float environment_gain = 1;  ///< 0 when the environment gives no light
-    float sky_gain = 1;          ///< brightness of the sky box
+    Map reflections;            ///< also what the sky box shows
+    Map matt;                   ///< lights matt surfaces
+    float environment_gain = 1; ///< of reflections; 0 when the environment gives no light
+    float matt_gain = 1;        ///< of the light on matt surfaces
+    float sky_gain = 1;         ///< brightness of the sky box
     std::vector<Lamp> lamps;
 };
 

@@ -82,8 +82,8 @@ Light softBox(Direction d)
 Light studio(Direction d)
 {
     const float up = d.y;
-    const Light backdrop = mix(grey(0.26f), grey(0.13f), ramp(-0.05f, 0.9f, up));
-    Light room = mix(grey(0.20f), backdrop, ramp(-0.16f, 0.02f, up));
+    const Light backdrop = mix(grey(0.36f), grey(0.20f), ramp(-0.05f, 0.9f, up));
+    Light room = mix(grey(0.30f), backdrop, ramp(-0.16f, 0.02f, up));
     // Key at the left front, fill at the right, strips behind on both sides, a panel above.
     const float key = panel(d, {-0.62f, 0.48f, 0.6205f}, {0.7071f, 0, 0.7066f}, 0.55f, 0.62f, 0.05f);
     const float fill = panel(d, {0.90f, 0.20f, 0.3873f}, {-0.3953f, 0, 0.9186f}, 0.30f, 0.75f, 0.05f);

@@ -8,7 +8,6 @@
 #include <assimp/scene.h>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 namespace ov3d::renderer {
 namespace {
@@ -60,33 +59,6 @@ float number(const aiMaterial& material, const char* key, unsigned type, unsigne
 float clamped(float value)
 {
     return std::isfinite(value) ? std::clamp(value, 0.0f, 1.0f) : 0.0f;
-}
-
-void applyTransform(const aiUVTransform& transform, TexcoordUse& use)
-{
-    use.m[0][0] = double{transform.mScaling.x};
-    use.m[0][2] = double{transform.mTranslation.x};
-    use.m[1][1] = double{transform.mScaling.y};
-    use.m[1][2] = double{transform.mTranslation.y};
-}
-
-/// Assimp translates a glTF's transform into one around the image's centre, and its own step that applies it disagrees
-/// with that. So the file's values are recovered, and applied as the extension's definition has them.
-void applyGltfTransform(const aiUVTransform& transform, TexcoordUse& use)
-{
-    const double scaleX = double{transform.mScaling.x};
-    const double scaleY = double{transform.mScaling.y};
-    const double cosine = std::cos(-double{transform.mRotation});
-    const double sine = std::sin(-double{transform.mRotation});
-    const double offsetX = double{transform.mTranslation.x} - 0.5 * scaleX * (-cosine + sine + 1);
-    const double offsetY = -(double{transform.mTranslation.y} - 0.5 * scaleY * (sine + cosine - 1) - 1 + scaleY);
-    // With v downwards: u' = cos sx u + sin sy v + ox, v' = -sin sx u + cos sy v + oy. Here v is 1 less that.
-    use.m[0][0] = cosine * scaleX;
-    use.m[0][1] = -sine * scaleY;
-    use.m[0][2] = sine * scaleY + offsetX;
-    use.m[1][0] = sine * scaleX;
-    use.m[1][1] = cosine * scaleY;
-    use.m[1][2] = 1 - cosine * scaleY - offsetY;
 }
 
 TextureData copyEmbedded(const aiTexture& source, const std::string& name)
@@ -178,8 +150,7 @@ MaterialReader::TextureUse MaterialReader::textureUse(const aiMaterial& material
         use.wrap = wrapFrom(modes[0]);
         aiUVTransform transform;
         if (material.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) == aiReturn_SUCCESS)
-            isGltf(m_request.model_format) ? applyGltfTransform(transform, use.texcoords)
-                                           : applyTransform(transform, use.texcoords);
+            applyTransform(transform, isGltf(m_request.model_format), use.texcoords);
         return use;
     }
     return {};
@@ -196,11 +167,10 @@ MaterialReader::TextureUse MaterialReader::leadingTexture(const aiMaterial& mate
     TextureUse base = baseTexture(material);
     if (!base.name.empty())
         return base;
-    return textureUse(material,
-                      {aiTextureType_NORMALS, aiTextureType_UNKNOWN, aiTextureType_DIFFUSE_ROUGHNESS,
-                       aiTextureType_METALNESS, aiTextureType_SPECULAR, aiTextureType_EMISSIVE,
-                       aiTextureType_EMISSION_COLOR, aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION,
-                       aiTextureType_NORMAL_CAMERA, aiTextureType_HEIGHT, aiTextureType_OPACITY});
+    return textureUse(material, {aiTextureType_NORMALS, aiTextureType_UNKNOWN, aiTextureType_DIFFUSE_ROUGHNESS,
+                                 aiTextureType_METALNESS, aiTextureType_SPECULAR, aiTextureType_EMISSIVE,
+                                 aiTextureType_EMISSION_COLOR, aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION,
+                                 aiTextureType_NORMAL_CAMERA, aiTextureType_HEIGHT, aiTextureType_OPACITY});
 }
 
 void MaterialReader::readColour(const aiMaterial& material, bool textured, MaterialData& out) const
@@ -274,8 +244,8 @@ void MaterialReader::readSurface(const aiMaterial& material, MaterialData& out) 
         Colour diffuse{};
         for (std::size_t i = 0; i < 3; ++i)
             diffuse[i] = linearFromDisplayed(out.base_colour[i]);
-        const MetallicRoughness translated = fromSpecularGlossiness(
-            diffuse, {clamped(specular.r), clamped(specular.g), clamped(specular.b)});
+        const MetallicRoughness translated =
+            fromSpecularGlossiness(diffuse, {clamped(specular.r), clamped(specular.g), clamped(specular.b)});
         // A texture multiplies the scattered colour, so that it must not be mixed with the reflected one.
         const bool plain = out.base_texture < 0 || translated.metallic > 0.9f;
         out.metallic = plain ? translated.metallic : 0.0f;
@@ -304,8 +274,7 @@ void MaterialReader::readPhong(const aiMaterial& material, MaterialData& out) co
                        (shading == aiShadingMode_Gouraud || shading == aiShadingMode_Flat);
     const float strength = std::max({clamped(specular.r), clamped(specular.g), clamped(specular.b)}) *
                            clamped(number(material, AI_MATKEY_SHININESS_STRENGTH, 1.0f));
-    out.roughness =
-        roughnessFromPhong(number(material, AI_MATKEY_SHININESS, 0.0f), matte ? 0.0f : strength);
+    out.roughness = roughnessFromPhong(number(material, AI_MATKEY_SHININESS, 0.0f), matte ? 0.0f : strength);
     out.metallic = clamped(number(material, AI_MATKEY_METALLIC_FACTOR, 0.0f));
 }
 
@@ -327,7 +296,8 @@ void MaterialReader::readMaps(const aiMaterial& material, MaterialData& out)
         out.normal_map = readMap(textureUse(material, {aiTextureType_HEIGHT}), leading);
         out.normal_kind = BumpKind::unknown;
     }
-    out.occlusion_map = readMap(textureUse(material, {aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION}), leading);
+    out.occlusion_map =
+        readMap(textureUse(material, {aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION}), leading);
     out.occlusion_strength =
         clamped(number(material, AI_MATKEY_GLTF_TEXTURE_STRENGTH(aiTextureType_LIGHTMAP, 0), 1.0f));
 
@@ -365,18 +335,8 @@ TextureMap MaterialReader::readMap(const TextureUse& use, const TexcoordUse& lea
     // A mesh keeps one set of texture coordinates; what uses another one would lie wrongly.
     if (use.name.empty() || use.texcoords.set != leading.set)
         return map;
-    const double(&l)[2][3] = leading.m;
-    const double(&u)[2][3] = use.texcoords.m;
-    const double determinant = l[0][0] * l[1][1] - l[0][1] * l[1][0];
-    if (determinant == 0 || !std::isfinite(1.0 / determinant))
+    if (!relativeTransform(use.texcoords, leading, map.m))
         return map;
-    for (int row = 0; row < 2; ++row) {
-        const double a = (u[row][0] * l[1][1] - u[row][1] * l[1][0]) / determinant;
-        const double b = (u[row][1] * l[0][0] - u[row][0] * l[0][1]) / determinant;
-        map.m[row][0] = static_cast<float>(a);
-        map.m[row][1] = static_cast<float>(b);
-        map.m[row][2] = static_cast<float>(u[row][2] - a * l[0][2] - b * l[1][2]);
-    }
     map.wrap = use.wrap;
     map.texture = loadTexture(use.name);
     return map;

@@ -3,6 +3,7 @@
 #include "viewer/renderer/import/importer.h"
 #include "viewer/renderer/import/materialtranslation.h"
 #include "viewer/renderer/import/sidefiles.h"
+#include "viewer/renderer/import/texcoorduse.h"
 
 #include <initializer_list>
 #include <map>
@@ -12,13 +13,6 @@ struct aiMaterial;
 struct aiScene;
 
 namespace ov3d::renderer {
-
-/// Which texture coordinates a material uses, and how: u' = m[0][0] u + m[0][1] v + m[0][2], v' alike, v upwards.
-struct TexcoordUse
-{
-    unsigned set = 0;
-    double m[2][3] = {{1, 0, 0}, {0, 1, 0}};
-};
 
 /// Translates the materials of an Assimp scene, with the images that they use.
 class MaterialReader

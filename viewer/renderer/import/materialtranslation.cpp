@@ -68,8 +68,7 @@ MetallicRoughness fromSpecularGlossiness(const Colour& diffuse, const Colour& sp
     const float scattering = (1.0f - strongest) / ((1.0f - kDielectric) * std::max(1.0f - out.metallic, 1e-4f));
     for (std::size_t i = 0; i < 3; ++i) {
         const float ofDielectric = diffuse[i] * scattering;
-        const float ofMetal =
-            (specular[i] - kDielectric * (1.0f - out.metallic)) / std::max(out.metallic, 1e-4f);
+        const float ofMetal = (specular[i] - kDielectric * (1.0f - out.metallic)) / std::max(out.metallic, 1e-4f);
         const float share = out.metallic * out.metallic;
         out.base[i] = clamped(ofDielectric + (ofMetal - ofDielectric) * share);
     }

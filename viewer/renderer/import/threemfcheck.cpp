@@ -129,11 +129,16 @@ bool Checker::scanRelations()
                 return;
             isNamed = isNamed || source->empty();
             const std::string target = resolved(*source, tag.value("Target"));
-            if (const ZipPackage::Entry* part = m_package.find(target))
+            const ZipPackage::Entry* part = m_package.find(target);
+            if (part != nullptr && m_result.relations.size() <= kMaxThreeMfRelations)
                 m_result.relations.push_back({*source, part->name});
         };
         if (!scan(entry, use))
             return false;
+    }
+    if (m_result.relations.size() > kMaxThreeMfRelations) {
+        m_result.reason = "names more model parts than allowed";
+        return false;
     }
     const bool hasRoot = std::any_of(m_result.relations.begin(), m_result.relations.end(),
                                      [](const ModelRelation& relation) { return relation.source.empty(); });

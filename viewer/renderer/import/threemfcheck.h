@@ -11,6 +11,7 @@
 namespace ov3d::renderer {
 
 inline constexpr std::size_t kMaxThreeMfObjects = 200'000;
+inline constexpr std::size_t kMaxThreeMfRelations = 20'000;
 /// Deepest nesting of components within components.
 inline constexpr int kMaxComponentDepth = 100;
 /// Most placements of objects, those within components counted with each of their places.

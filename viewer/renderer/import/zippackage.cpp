@@ -6,7 +6,6 @@
 #include <cctype>
 #include <limits>
 #include <memory>
-#include <set>
 #include <zlib.h>
 
 namespace ov3d::renderer {
@@ -28,6 +27,8 @@ constexpr std::uint16_t kEncryptedFlag = 1;
 constexpr std::uint16_t kStored = 0;
 constexpr std::uint16_t kDeflated = 8;
 constexpr std::uint32_t kInLargeField = 0xFFFFFFFF;
+/// More than compression ever adds to data that cannot be compressed, besides its own size.
+constexpr std::uint64_t kPackingOverheadBytes = 1024;
 constexpr std::size_t kPieceBytes = 256 * 1024;
 
 const char* const kDamaged = "is damaged: its list of parts cannot be read";
@@ -105,14 +106,17 @@ bool ZipPackage::open(const std::uint8_t* data, std::size_t size, std::string& r
     m_data = data;
     m_size = size;
     m_entries.clear();
+    m_byName.clear();
     Directory directory;
     bool usable = findDirectory(directory, reason) && readDirectory(directory, reason);
     if (usable) {
         reason = checkBounds();
         usable = reason.empty();
     }
-    if (!usable)
+    if (!usable) {
         m_entries.clear();
+        m_byName.clear();
+    }
     return usable;
 }
 
@@ -168,11 +172,10 @@ bool ZipPackage::readDirectory(const Directory& directory, std::string& reason)
         return false;
     }
     std::uint64_t at = directory.at;
-    std::set<std::string> names;
     for (std::uint64_t i = 0; i < directory.entries; ++i) {
         if (!readEntry(at, directory.at + directory.bytes, reason))
             return false;
-        if (!names.insert(lowered(m_entries.back().name)).second) {
+        if (!m_byName.try_emplace(lowered(m_entries.back().name), m_entries.size() - 1).second) {
             reason = "is damaged: it holds a part twice";
             return false;
         }
@@ -224,6 +227,9 @@ std::string ZipPackage::checkBounds() const
     for (const Entry& entry : m_entries) {
         const bool isSuspicious = entry.inflated_bytes > kHarmlessInflatedBytes &&
                                   entry.inflated_bytes / kMaxInflationRatio > entry.packed_bytes;
+        // Entries may share their bytes: what each of them claims must make sense by itself.
+        if (entry.packed_bytes > 2 * entry.inflated_bytes + kPackingOverheadBytes)
+            return kDamaged;
         if (isSuspicious || entry.inflated_bytes > kMaxInflatedBytes - total)
             return "unpacks to more data than allowed";
         total += entry.inflated_bytes;
@@ -233,10 +239,8 @@ std::string ZipPackage::checkBounds() const
 
 const ZipPackage::Entry* ZipPackage::find(std::string_view name) const
 {
-    const std::string wanted = lowered(name);
-    const auto at = std::find_if(m_entries.begin(), m_entries.end(),
-                                 [&wanted](const Entry& entry) { return lowered(entry.name) == wanted; });
-    return at == m_entries.end() ? nullptr : &*at;
+    const auto at = m_byName.find(lowered(name));
+    return at == m_byName.end() ? nullptr : &m_entries[at->second];
 }
 
 std::string_view ZipPackage::packed(const Entry& entry) const

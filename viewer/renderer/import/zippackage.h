@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,6 +67,7 @@ private:
     const std::uint8_t* m_data = nullptr;
     std::size_t m_size = 0;
     std::vector<Entry> m_entries;
+    std::map<std::string, std::size_t> m_byName; ///< in small letters
 };
 
 } // namespace ov3d::renderer

@@ -87,10 +87,7 @@ public:
     AxisImage image;
 
 private:
-    [[nodiscard]] Vec3 toPixels(Vec3 p) const
-    {
-        return {(p.x + 1) / 2 * image.side, (1 - p.y) / 2 * image.side, p.z};
-    }
+    [[nodiscard]] Vec3 toPixels(Vec3 p) const { return {(p.x + 1) / 2 * image.side, (1 - p.y) / 2 * image.side, p.z}; }
 
     void set(int x, int y, double depth, double shade, const Colour& colour)
     {

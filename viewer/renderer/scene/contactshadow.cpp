@@ -44,7 +44,9 @@ public:
 
     void add(const MeshData& mesh)
     {
-        const std::size_t corners = mesh.primitive == Primitive::triangles ? 3 : mesh.primitive == Primitive::lines ? 2 : 1;
+        const std::size_t corners = mesh.primitive == Primitive::triangles ? 3
+                                    : mesh.primitive == Primitive::lines   ? 2
+                                                                           : 1;
         for (std::size_t i = 0; i + corners <= mesh.indices.size(); i += corners) {
             std::array<Place, 3> places{};
             for (std::size_t corner = 0; corner < 3; ++corner)
@@ -107,7 +109,9 @@ private:
         const float area = (t[1].x - t[0].x) * (t[2].y - t[0].y) - (t[2].x - t[0].x) * (t[1].y - t[0].y);
         if (!(std::abs(area) > 1e-6f))
             return;
-        const auto bound = [](float value) { return static_cast<int>(std::clamp(value, 0.0f, float(kShadowSide - 1))); };
+        const auto bound = [](float value) {
+            return static_cast<int>(std::clamp(value, 0.0f, float(kShadowSide - 1)));
+        };
         for (int y = bound(upper); y <= bound(lowest); ++y)
             for (int x = bound(left); x <= bound(right); ++x) {
                 const float px = static_cast<float>(x) + 0.5f;

@@ -22,7 +22,8 @@ struct GroundShape
 inline constexpr int kShadowSide = 256;
 
 /// How much of the light reaches each place of the square around the plate: 255 all of it. Rows from -Z to +Z, columns
-/// from -X to +X. The lower a part of the model hangs, the darker and sharper is its shadow. Depends on the model alone.
+/// from -X to +X. The lower a part of the model hangs, the darker and sharper is its shadow. Depends on the model
+/// alone.
 [[nodiscard]] std::vector<std::uint8_t> contactShadow(const ModelData& model, const GroundShape& shape);
 
 } // namespace ov3d::renderer

@@ -116,8 +116,8 @@ DecodedImage normalsFromHeights(const DecodedImage& heights)
             const int left = grey(pixelAt(heights, (x + out.width - 1) % out.width, y));
             const int right = grey(pixelAt(heights, (x + 1) % out.width, y));
             const float dx = static_cast<float>(left - right) * scale;
-            const float dy = static_cast<float>(grey(pixelAt(heights, x, below)) - grey(pixelAt(heights, x, above))) *
-                             scale;
+            const float dy =
+                static_cast<float>(grey(pixelAt(heights, x, below)) - grey(pixelAt(heights, x, above))) * scale;
             const float size = std::sqrt(dx * dx + dy * dy + 1.0f);
             target[0] = toByte(0.5f + 0.5f * dx / size);
             target[1] = toByte(0.5f + 0.5f * dy / size);

@@ -114,8 +114,7 @@ MaterialLook lookOf(const MaterialData& material, Primitive primitive, const pro
         return look;
     }
     const int preset = settings.material_type_b;
-    MaterialLook look =
-        preset >= brass && preset < fromFile ? presetLook(preset, settings) : fileLook(material);
+    MaterialLook look = preset >= brass && preset < fromFile ? presetLook(preset, settings) : fileLook(material);
     switch (settings.material_type_a) {
     case unlit:
         look.shading = Shading::flat;
@@ -134,8 +133,11 @@ MaterialLook lookOf(const MaterialData& material, Primitive primitive, const pro
     default:
         break;
     }
-    if (!surface)
+    if (!surface) {
         look.shading = Shading::flat;
+        look.glass = false;
+        look.opacity = look.file_alpha ? look.opacity : 1.0f;
+    }
     // Light that no fragment uses must not tell two equal looks apart.
     if (look.shading != Shading::lit) {
         look.file_maps = false;

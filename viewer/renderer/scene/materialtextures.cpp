@@ -46,6 +46,7 @@ vtkSmartPointer<vtkTexture> makeTexture(const DecodedImage& image, Wrap wrap)
     texture->SetInputData(pixels);
     texture->InterpolateOn();
     texture->MipmapOn();
+    // More would cost a software driver as much as all the rest of a fragment, and pictures at rest are supersampled.
     texture->SetMaximumAnisotropicFiltering(1.0f);
     texture->SetColorModeToDirectScalars();
     texture->SetWrap(wrapOf(wrap));
@@ -121,8 +122,8 @@ vtkSmartPointer<vtkTexture> MaterialTextures::roughnessTexture(const MaterialDat
         return nullptr;
     if (material.roughness_channels == RoughnessChannels::roughness_metallic)
         return plainTexture(map);
-    auto& texture = m_textures[{map.texture, map.wrap, roughnessAndMetallic,
-                                static_cast<int>(material.roughness_channels)}];
+    auto& texture =
+        m_textures[{map.texture, map.wrap, roughnessAndMetallic, static_cast<int>(material.roughness_channels)}];
     if (!texture) {
         DecodedImage arranged = *source;
         arrangeRoughness(arranged, material.roughness_channels);

@@ -163,6 +163,7 @@ vtkSmartPointer<vtkTexture> makeGrain()
     texture->SetInputData(pixels);
     texture->InterpolateOn();
     texture->MipmapOn();
+    texture->SetMaximumAnisotropicFiltering(1.0f);
     texture->RepeatOn();
     texture->SetColorModeToDirectScalars();
     return texture;
@@ -250,12 +251,11 @@ void ModelScene::dress(Part& part, const MeshData& mesh, const MaterialLook& loo
         property.SetOpacity(1.0); // theirs contains it
 
     const bool translucentTexels = shader.colour_from_base && (base.cutOut || base.translucent);
-    part.translucent =
-        look.glass ? false
-        : look.file_alpha ? material.alpha_mode == AlphaMode::blend &&
-                              (look.opacity < 1.0f || translucentTexels ||
-                               (shader.vertex_colours && part.translucentColours))
-                        : look.opacity < 1.0f;
+    part.translucent = look.glass        ? false
+                       : look.file_alpha ? material.alpha_mode == AlphaMode::blend &&
+                                               (look.opacity < 1.0f || translucentTexels ||
+                                                (shader.vertex_colours && part.translucentColours))
+                                         : look.opacity < 1.0f;
     shader.blend = part.translucent || look.glass;
     shader.glassy = shader.blend && !translucentTexels && look.shading == Shading::lit;
     if (mesh.primitive == Primitive::points) {

@@ -11,6 +11,9 @@ namespace {
 
 using camera::Vec3;
 
+/// Most pixels of a picture whose sky is as sharp as the rest.
+constexpr int kSharpPixels = 640 * 480;
+
 /// Where rays through the whole picture go.
 struct Rays
 {
@@ -41,19 +44,25 @@ Rays raysOf(const camera::Pose& pose, const Wanted& wanted)
 
 } // namespace
 
+int skyStep(const Wanted& wanted)
+{
+    return wanted.whole_width <= kSharpPixels / wanted.whole_height ? 1 : 2;
+}
+
 SkyImage drawSky(const Radiance& radiance, float gain, const camera::Pose& pose, const Wanted& wanted,
                  const Region& part)
 {
     const Rays rays = raysOf(pose, wanted);
     SkyImage image;
-    image.width = (part.width + kSkyStep - 1) / kSkyStep;
-    image.height = (part.height + kSkyStep - 1) / kSkyStep;
+    const int step = skyStep(wanted);
+    image.width = (part.width + step - 1) / step;
+    image.height = (part.height + step - 1) / step;
     image.rgb.resize(static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * 3);
     forAllRows(image.height, [&](int row) {
         // The texture spans the part exactly, also where the last pixel is half a one.
         const double down = part.top + (row + 0.5) * part.height / image.height;
-        std::uint8_t* pixel =
-            image.rgb.data() + static_cast<std::size_t>(image.height - 1 - row) * static_cast<std::size_t>(image.width) * 3;
+        std::uint8_t* pixel = image.rgb.data() + static_cast<std::size_t>(image.height - 1 - row) *
+                                                     static_cast<std::size_t>(image.width) * 3;
         for (int column = 0; column < image.width; ++column, pixel += 3) {
             const double right = part.left + (column + 0.5) * part.width / image.width;
             const Direction d = rays.through(right / wanted.whole_height, down / wanted.whole_height);
