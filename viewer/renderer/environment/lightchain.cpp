@@ -14,7 +14,7 @@ constexpr int kFaces = 6;
 constexpr float kBrightest = 24.0f;
 
 /// Samples a direction by level; the sharpest level takes one.
-constexpr std::array<int, kChainLevels> kSamples{1, 24, 48, 64, 96};
+constexpr std::array<int, kChainLevels> kSamples{1, 12, 24, 40, 64};
 
 Direction normalised(Direction d)
 {

@@ -19,8 +19,8 @@ struct Region
 
 /// Side of the squares in which every picture is drawn, pixels of the whole picture.
 ///
-/// The grid is anchored at the whole picture's upper left corner, whatever part of it is asked for. A pixel is therefore
-/// always drawn by the same cell and comes out the same, to the byte, in every tile and in the whole.
+/// The grid is anchored at the whole picture's upper left corner, whatever part of it is asked for. A pixel is
+/// therefore always drawn by the same cell and comes out the same, to the byte, in every tile and in the whole.
 inline constexpr int kCellSide = 2048;
 
 /// Pixels that a cell draws beyond each of its sides inside the picture: what an outline needs of its neighbours.

@@ -75,10 +75,12 @@ bool givesTheSame(const protocol::RenderRequest& a, const Wanted& wantedByA, con
                   const Wanted& wantedByB)
 {
     return wantedByA.whole_width == wantedByB.whole_width && wantedByA.whole_height == wantedByB.whole_height &&
-           a.quality == b.quality && std::memcmp(&a.status, &b.status, sizeof a.status) == 0 && a.settings == b.settings;
+           a.quality == b.quality && std::memcmp(&a.status, &b.status, sizeof a.status) == 0 &&
+           a.settings == b.settings;
 }
 
-/// Copies what a part of the picture has of a cell. @param from rows of the cell's drawn region, `to` of the part; padded.
+/// Copies what a part of the picture has of a cell. @param from rows of the cell's drawn region, `to` of the part;
+/// padded.
 void copyPart(const std::vector<std::uint8_t>& from, const Cell& cell, const Region& part, std::uint8_t* to)
 {
     const Region common = intersection(cell.own, part);
@@ -97,7 +99,7 @@ void copyPart(const std::vector<std::uint8_t>& from, const Cell& cell, const Reg
 /// What falls on a plate that faces upwards.
 Light lightFromAbove(const LightPlan& plan, const Irradiance& irradiance)
 {
-    Light sum = valueOf(irradiance, {0, 1, 0}) * plan.environment_gain;
+    Light sum = valueOf(irradiance, {0, 1, 0}) * plan.matt_gain;
     for (const Lamp& lamp : plan.lamps)
         sum = sum + lamp.light * static_cast<float>(std::max(-lamp.travels.y, 0.0));
     return sum;
@@ -220,7 +222,7 @@ void PictureRenderer::prepare(const protocol::RenderRequest& request)
     m_note.clear();
     const bool hasFile = m_environments.useFile(request.settings.hdr_path, m_note);
     m_plan = planOf(request.settings, camera::poseFromStatus(request.status), hasFile);
-    m_renderer->setEnvironment(m_environments.chainOf(m_plan.matt)->irradiance,
+    m_renderer->setEnvironment(m_environments.chainOf(m_plan.matt)->irradiance, m_plan.matt_gain,
                                m_environments.chainOf(m_plan.reflections), m_plan.environment_gain);
     light(*m_renderer, m_plan);
     setUpGround(m_plan, request.settings.enable_ground);
@@ -241,8 +243,7 @@ bool PictureRenderer::render(const protocol::RenderRequest& request, const Wante
     const int height = region.height * factor;
     m_window->SetSize(width, height);
     const double reach = m_isGroundShown ? std::max(kModelRadius, m_ground->reach()) : kModelRadius;
-    const Viewpoint whole =
-        viewpointOf(pose, m_scene->model().frame, wanted.whole_width, wanted.whole_height, reach);
+    const Viewpoint whole = viewpointOf(pose, m_scene->model().frame, wanted.whole_width, wanted.whole_height, reach);
     aim(*m_renderer->GetActiveCamera(), viewpointOfPart(whole, wanted.whole_width, wanted.whole_height, region));
     m_scene->apply(request.settings, factor);
     setUpSky(m_plan, request, wanted, region);

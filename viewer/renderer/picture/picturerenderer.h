@@ -43,8 +43,8 @@ public:
     [[nodiscard]] bool hasModel() const { return m_scene != nullptr; }
     [[nodiscard]] const ModelData& model() const;
 
-    /// Draws into RGB rows from top to bottom, padded to four bytes. A request for a tile costs what the cells cost that
-    /// it touches (picture/cells.h); tiles of one cell that follow each other draw it once.
+    /// Draws into RGB rows from top to bottom, padded to four bytes. A request for a tile costs what the cells cost
+    /// that it touches (picture/cells.h); tiles of one cell that follow each other draw it once.
     /// @param capacity bytes at `rgb`.
     /// @return false with plain words in `reason`; `rgb` is then unspecified.
     bool draw(const protocol::RenderRequest& request, std::uint8_t* rgb, std::uint64_t capacity, std::string& reason);
