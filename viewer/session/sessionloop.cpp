@@ -107,8 +107,9 @@ void Session::advanceTurntable()
 
 protocol::Quality Session::wantedQuality() const
 {
+    // A load ends with its first picture, and the host's window waits for that: it is refined right after.
     const bool handMoves = m_gesture && Clock::now() - m_lastInput < limits().hand_rests;
-    return handMoves && m_firstDrawDone ? protocol::Quality::draft : protocol::Quality::final;
+    return handMoves || !m_firstDrawDone ? protocol::Quality::draft : protocol::Quality::final;
 }
 
 void Session::beginPicture()

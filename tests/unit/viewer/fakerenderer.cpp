@@ -147,7 +147,9 @@ private:
         const int renders = timesNoted("render");
         if (is("slowpicture"))
             std::this_thread::sleep_for(milliseconds(60));
-        if (is("crashpicture") && (!is("once") || renders == 1) && (!is("second") || renders > 1))
+        // A load draws two pictures: a draft and the one at rest.
+        const int fatal = is("later") ? 3 : 1;
+        if (is("crashpicture") && (is("once") ? renders == fatal : renders >= fatal))
             crash();
         if (is("crashwireframe") && request.settings.wireframe)
             crash();

@@ -53,7 +53,7 @@ private Q_SLOTS:
         const TakenFrame frame = host.take();
         QCOMPARE(frame.width, 64);
         QCOMPARE(frame.height, 48);
-        QVERIFY(frame.isFinal());
+        QVERIFY(frame.isDraft());
         QCOMPARE(frame.pixels[1], char(64));
     }
 
@@ -156,7 +156,7 @@ private Q_SLOTS:
         host.start();
         host.setModelPath(QStringLiteral("/somewhere/else.glb"));
         QVERIFY(host.waitForFirstDraw());
-        QVERIFY(host.take().isFinal());
+        QVERIFY(host.take().isDraft());
         QCOMPARE(ViewerFixture::count(path, QStringLiteral("load")), 1);
     }
 
@@ -251,7 +251,7 @@ private Q_SLOTS:
         FakeHost host(m_fixture->model(QStringLiteral("drip.glb")));
         host.start();
         QVERIFY(host.waitForFirstDraw());
-        QVERIFY(host.take().isFinal());
+        QVERIFY(host.take().isDraft());
     }
 
     void largerFilesGetMoreTime()
@@ -287,7 +287,7 @@ private Q_SLOTS:
         QVERIFY(waitFor([&] { return ViewerFixture::rendererOf(path) > 0; }));
         kill(ViewerFixture::rendererOf(path), SIGKILL);
         QVERIFY(host.waitForFirstDraw());
-        QVERIFY(host.take().isFinal());
+        QVERIFY(host.take().isDraft());
         QVERIFY(ViewerFixture::log(path).filter(QStringLiteral("load")).last().contains(QStringLiteral("textures=1")));
         QVERIFY(m_fixture->reasonOf(QStringLiteral("restarted")).contains(QStringLiteral("was killed")));
     }
@@ -366,7 +366,7 @@ private Q_SLOTS:
         host.setModelPath(second);
         host.start();
         QVERIFY(host.waitForFirstDraw());
-        QVERIFY(host.take().isFinal());
+        QVERIFY(host.take().isDraft());
         QVERIFY(waitFor([] { return childProcesses().size() == 1; }));
     }
 
