@@ -83,9 +83,9 @@ bool RendererLoop::isRequestWaiting() const
 
 void RendererLoop::warmUp()
 {
-    for (const bool textured : {false, true})
+    for (const Surface surface : kSurfaces)
         if (!isRequestWaiting())
-            m_pictures.warmUp(textured);
+            m_pictures.warmUp(surface);
 }
 
 int RendererLoop::run()

@@ -145,9 +145,9 @@ bool PictureRenderer::start()
     return m_maxSide > 0;
 }
 
-void PictureRenderer::warmUp(bool textured)
+void PictureRenderer::warmUp(Surface surface)
 {
-    setModel(warmUpModel(textured));
+    setModel(warmUpModel(surface));
     protocol::RenderRequest request;
     request.width = request.height = 16;
     request.quality = protocol::Quality::draft;
@@ -226,7 +226,6 @@ void PictureRenderer::prepare(const protocol::RenderRequest& request)
                                m_environments.chainOf(m_plan.reflections), m_plan.environment_gain);
     light(*m_renderer, m_plan);
     setUpGround(m_plan, request.settings.enable_ground);
-    m_renderer->SetUseDepthPeeling(m_scene->hasTranslucentParts());
     m_renderer->SetMaximumNumberOfPeels(request.quality == protocol::Quality::final ? kFinalPeels : kDraftPeels);
 
     // Alpha tells the model from the background, whose colour is blended with translucent parts all the same.

@@ -5,6 +5,7 @@
 #include "viewer/renderer/graphics/eglcontext.h"
 #include "viewer/renderer/import/modeldata.h"
 #include "viewer/renderer/picture/cells.h"
+#include "viewer/renderer/picture/warmup.h"
 
 #include <memory>
 #include <string>
@@ -35,7 +36,7 @@ public:
     [[nodiscard]] std::string driverName() const { return m_context.driverName(); }
 
     /// Draws something small unseen, so that the first picture is not the one to wait for shaders. Leaves no model.
-    void warmUp(bool textured);
+    void warmUp(Surface surface);
 
     /// Takes the place of the model shown so far. Adds to the model's notes what could not be used.
     void setModel(ModelData model);

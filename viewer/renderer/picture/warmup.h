@@ -4,8 +4,20 @@
 
 namespace ov3d::renderer {
 
+/// What shaders are made for: the rest of a material is numbers to them.
+enum class Surface
+{
+    plain,
+    textured,
+    coloured, ///< a colour at each vertex
+    mapped,   ///< textured, with maps of bumps, roughness and occlusion
+};
+
+/// The commonest first: a request that comes meanwhile ends the warming up.
+inline constexpr Surface kSurfaces[] = {Surface::plain, Surface::textured, Surface::mapped, Surface::coloured};
+
 /// A model that nobody sees: drawing it makes the driver translate the shaders that the first real one will need, which
 /// takes ten times as long as drawing that one does.
-ModelData warmUpModel(bool textured);
+ModelData warmUpModel(Surface surface);
 
 } // namespace ov3d::renderer

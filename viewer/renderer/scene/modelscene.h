@@ -35,9 +35,6 @@ public:
 
     [[nodiscard]] const ModelData& model() const { return m_model; }
 
-    /// As of the settings applied last.
-    [[nodiscard]] bool hasTranslucentParts() const { return m_translucent; }
-
 private:
     /// What draws one of the model's meshes.
     struct Part
