@@ -43,6 +43,12 @@ std::chrono::milliseconds loadLimit(std::uint64_t fileBytes)
     return now.load + std::chrono::seconds(std::min(fileBytes / share, kMostExtraSeconds));
 }
 
+std::chrono::milliseconds wholeLimit(std::uint64_t fileBytes)
+{
+    const Limits now = limits();
+    return now.load + 4 * (loadLimit(fileBytes) - now.load) + now.steady;
+}
+
 std::string inSeconds(std::chrono::milliseconds time)
 {
     const auto seconds = std::max<std::chrono::milliseconds::rep>(1, (time.count() + 500) / 1000);

@@ -10,6 +10,7 @@ namespace ov3d::session {
 struct Limits
 {
     std::chrono::milliseconds load{20000};               ///< without progress, all tries of one load together
+    std::chrono::milliseconds steady{8000};              ///< beyond that, however steadily a load advances
     std::uint64_t bytes_for_another_second = 4ULL << 20; ///< a larger file gets more time
     std::chrono::milliseconds rest{180000};              ///< at rest this long, the renderer's memory is given back
     std::chrono::milliseconds hand_rests{150};           ///< without a move this long, a draft is refined
@@ -24,6 +25,10 @@ void setLimits(const Limits& limits);
 
 /// How long a file of this size may be worked on without progress.
 [[nodiscard]] std::chrono::milliseconds loadLimit(std::uint64_t fileBytes);
+
+/// How long a load may take in all, its first picture included: a file can make an importer crawl as well as hang. What
+/// a large file adds to the limit counts four times.
+[[nodiscard]] std::chrono::milliseconds wholeLimit(std::uint64_t fileBytes);
 
 /// In words, at least one second: "20 seconds".
 [[nodiscard]] std::string inSeconds(std::chrono::milliseconds time);

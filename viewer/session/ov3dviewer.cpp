@@ -118,9 +118,15 @@ bool ov3dViewerListFiles(const char* path, const std::function<void(const char* 
 bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file,
                          const std::function<void(const char* reason)>& failure)
 {
+    return ov3dViewerListFiles(path, file, failure, {});
+}
+
+bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file,
+                         const std::function<void(const char* reason)>& failure, const std::function<bool()>& cancelled)
+{
     try {
         std::string reason;
-        const auto files = listFiles(path ? path : "", reason);
+        const auto files = listFiles(path ? path : "", cancelled, reason);
         if (!files) {
             if (failure)
                 failure(reason.c_str());

@@ -39,6 +39,12 @@ OV3DVIEWER_EXPORT bool ov3dViewerListFiles(const char* path, const std::function
 OV3DVIEWER_EXPORT bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file,
                                            const std::function<void(const char* reason)>& failure);
 
+/// The same; `cancelled` is asked several times a second, on a thread of its own, until the listing ends. Once it
+/// answers true, the renderer is ended and the listing fails.
+OV3DVIEWER_EXPORT bool ov3dViewerListFiles(const char* path, const std::function<void(const char* file)>& file,
+                                           const std::function<void(const char* reason)>& failure,
+                                           const std::function<bool()>& cancelled);
+
 /// Draws a model into width * height * 3 bytes of RGB, rows from top to bottom without padding: the function for a
 /// host's `g_image_render`. `arg` is a JSON text (docs/viewer-contract.md) that names the model, its settings and the
 /// camera. With default settings the background is the key colour, for the host to key out; another `bg_color` gives an

@@ -132,6 +132,7 @@ private:
     void beginPicture();
     void drawCardIfWanted();
     void giveRendererBackAtRest();
+    void giveTime();
     [[nodiscard]] protocol::Quality wantedQuality() const; ///< with m_mutex held
     [[nodiscard]] std::chrono::milliseconds timeToWait();
 
@@ -190,6 +191,8 @@ private:
     Clock::time_point m_idleLossesSince{};
     Clock::time_point m_deadline{};
     std::chrono::milliseconds m_limit{0};
+    Clock::time_point m_loadEnds = Clock::time_point::max(); ///< of the load and its first picture, all tries
+    std::chrono::milliseconds m_wholeLimit{0};
     Clock::time_point m_nextTurn{};
     Clock::time_point m_lastWritten{};
     bool m_watched = true;

@@ -59,7 +59,7 @@ void Session::answer(const protocol::Progress& progress)
         return;
     // Only what no earlier try has reached counts, so that all tries together stay within the limit.
     m_bestPercent = std::min(progress.percent, 100);
-    m_deadline = Clock::now() + m_limit;
+    giveTime();
     reportProgress(std::clamp(progress.percent, 0, kMostProgress));
 }
 
@@ -83,7 +83,7 @@ void Session::answer(protocol::Loaded& loaded)
         return;
     }
     m_phase = Phase::ready;
-    m_deadline = Clock::now() + m_limit;
+    giveTime();
     const std::lock_guard lock(m_mutex);
     if (m_hasBounds)
         return; // loaded again: the view is what it was
@@ -105,6 +105,7 @@ void Session::answer(const protocol::Rendered& rendered)
     }
     m_failures = 0;
     m_bestPercent = -1;
+    m_loadEnds = Clock::time_point::max();
     if (!m_announced) {
         m_announced = true;
         if (!m_loaded.missing.empty())
@@ -153,8 +154,10 @@ void Session::checkLimits()
     if (abandoned && m_phase != Phase::card)
         showCard("was given up while it was being read");
     const bool busy = m_phase == Phase::loading || m_inFlight;
-    if (busy && Clock::now() >= m_deadline)
-        showCard("took longer than " + inSeconds(m_limit) + (m_phase == Phase::loading ? " to read" : " to draw"));
+    const Clock::time_point now = Clock::now();
+    if (busy && now >= m_deadline)
+        showCard("took longer than " + inSeconds(now >= m_loadEnds ? m_wholeLimit : m_limit) +
+                 (m_phase == Phase::loading ? " to read" : " to draw"));
 }
 
 void Session::rendererLost(const char* fault)

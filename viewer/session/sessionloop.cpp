@@ -85,11 +85,18 @@ void Session::beginLoad()
     m_limit = loadLimit(fileBytes);
     if (m_failures == 0) {
         m_bestPercent = -1;
-        m_deadline = Clock::now() + m_limit;
+        m_wholeLimit = wholeLimit(fileBytes);
+        m_loadEnds = Clock::now() + m_wholeLimit;
+        giveTime();
     }
     const protocol::LoadRequest load{m_path, m_format, m_withoutTextures, false, m_memory.size()};
     // A renderer that has gone shows in the next pass, when its answers are read.
     m_renderer->channel().send(protocol::encode(protocol::Request(load)), m_memory.descriptor());
+}
+
+void Session::giveTime()
+{
+    m_deadline = std::min(Clock::now() + m_limit, m_loadEnds);
 }
 
 void Session::advanceTurntable()
@@ -139,7 +146,7 @@ void Session::beginPicture()
         m_inFlight = InFlight{picture.serial, m_deliveries.wanted(), picture.quality, !m_settings.enable_sky,
                               picture.settings.hdr_path};
     }
-    m_deadline = Clock::now() + m_limit;
+    giveTime();
     m_renderer->channel().send(protocol::encode(protocol::Request(picture)));
 }
 

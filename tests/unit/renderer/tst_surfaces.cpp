@@ -126,6 +126,7 @@ private Q_SLOTS:
     void settingsChangeThePictureAndBack();
     void valuesThatAreNoneChangeNothing();
     void roughMetalAndSmoothMetalDiffer();
+    void lacquerShinesOverTheColour();
     void roughnessTextureCounts();
     void normalMapTurnsTheLight();
     void occlusionDarkens();
@@ -375,6 +376,18 @@ void SurfacesTest::roughMetalAndSmoothMetalDiffer()
     QVERIFY(difference(draw(), smooth) > 60);
     QVERIFY(loadBall("Kd 0.9 0.8 0.6\nPr 0.1\nPm 0"));
     QVERIFY(difference(draw(), smooth) > 60);
+}
+
+void SurfacesTest::lacquerShinesOverTheColour()
+{
+    const QByteArray bare = R"("pbrMetallicRoughness":{"baseColorFactor":[0.1,0.2,0.6,1],"metallicFactor":0,
+        "roughnessFactor":0.9})";
+    const QImage matt = drawSquare("{" + bare + "}", {});
+    const QImage coated = drawSquare("{" + bare + R"(,"extensions":{"KHR_materials_clearcoat":{"clearcoatFactor":1}}})",
+                                     {}, {}, "KHR_materials_clearcoat");
+    // A shader that cannot be made leaves nothing of the surface.
+    QCOMPARE(shownPixels(coated), shownPixels(matt));
+    QVERIFY(difference(coated, matt) > 4);
 }
 
 void SurfacesTest::roughnessTextureCounts()

@@ -254,6 +254,21 @@ private Q_SLOTS:
         QVERIFY(host.take().isDraft());
     }
 
+    void loadThatOnlyCrawlsEndsInACard()
+    {
+        ov3d::session::Limits limits;
+        limits.load = 500ms; // as above, but progress prolongs no load for ever
+        limits.steady = 100ms;
+        ov3d::session::setLimits(limits);
+        FakeHost host(m_fixture->model(QStringLiteral("drip.glb")));
+        host.start();
+        QVERIFY(host.waitForFirstDraw());
+        QVERIFY(isCard(host.take()));
+        QVERIFY(m_fixture->reasonOf(QStringLiteral("card")).contains(QStringLiteral("took longer than")));
+        QCOMPARE(ov3d::session::wholeLimit(0), 600ms);
+        QCOMPARE(ov3d::session::wholeLimit(limits.bytes_for_another_second), 4600ms);
+    }
+
     void largerFilesGetMoreTime()
     {
         ov3d::session::Limits limits;

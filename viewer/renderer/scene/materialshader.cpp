@@ -150,6 +150,7 @@ void correctGenerated(vtkShaderProperty& shader, const SurfaceShader& surface, c
     replaceGenerated(shader, "vec3 emissiveColor = vec3(0.0);",
                      "vec3 emissiveColor = emissiveFactorUniform" + glow + ";");
     replaceGenerated(shader, "texture(brdfTex, vec2(NdV, roughness)).rg", "reflectance(NdV, roughness)");
+    replaceGenerated(shader, "texture(brdfTex, vec2(coatNdV, coatRoughness)).rg", "reflectance(coatNdV, coatRoughness)");
     replaceGenerated(shader, "pow(1.0 - HdL, 5.0)",
                      "((1.0 - HdL) * (1.0 - HdL) * (1.0 - HdL) * (1.0 - HdL) * (1.0 - HdL))");
     std::string finish = kDisplayShader;
