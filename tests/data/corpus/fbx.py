@@ -305,10 +305,11 @@ def add_broken_scenes(table):
     many.positions = [(float(i % 400), float(i // 400), 0.0) for i in range(100_000)]
     model = scene.model()
     scene.geometry(many, model, normals=False, polygons=[tuple(range(100_000))])
-    table.card("polygon-of-100000-corners.fbx", scene.bytes(), "polygon")
+    table.card("polygon-of-100000-corners.fbx", scene.bytes(), "with too many corners left out")
     nodes = two_materials().nodes()
-    table.card("no-objects.fbx", pack([n for n in nodes if n.name != "Objects"]), "cannot be understood")
-    table.card("no-connections.fbx", pack([n for n in nodes if n.name != "Connections"]), "cannot be understood")
+    table.card("no-objects.fbx", pack([n for n in nodes if n.name != "Objects"]), "is damaged: it holds no objects")
+    unconnected = pack([n for n in nodes if n.name != "Connections"])
+    table.card("no-connections.fbx", unconnected, "does not say which of its objects belong together")
     table.card("no-geometry.fbx", no_geometry(), "holds nothing that can be drawn")
     table.card("connected-to-nothing.fbx", reconnected(99_999), "holds nothing that can be drawn")
     loop = Scene()
@@ -323,7 +324,9 @@ def add_broken_scenes(table):
     alone.connect(own, own)
     alone.geometry(box(), own)
     table.card("model-its-own-parent.fbx", alone.bytes(), "contains itself")
-    table.repaired("chain-of-50000-models.fbx", chain(50_000))
+    table.good("chain-of-1000-models.fbx", chain(1000))
+    table.card("chain-of-50000-models.fbx", chain(50_000), "nests its models too deeply")
+    table.card("models-that-multiply.fbx", doubled(40), "repeats its models too often")
     wrong = two_materials()
     wrong.objects[1].children.append(
         layer_element(
@@ -356,6 +359,19 @@ def reconnected(identifier):
     scene = two_materials()
     for connection in scene.connections:
         connection.values[2] = Long(identifier)
+    return scene.bytes()
+
+
+def doubled(levels):
+    """Each model stands in both models of the level above it."""
+    scene = Scene()
+    above = [scene.model(), scene.model()]
+    for _ in range(levels):
+        level = [scene.model(parent=above[0]), scene.model(parent=above[0])]
+        for model in level:
+            scene.connect(model, above[1])
+        above = level
+    scene.geometry(box(), above[0])
     return scene.bytes()
 
 

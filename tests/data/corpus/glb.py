@@ -42,6 +42,9 @@ def add_good(table):
     table.side("glb/textures/flag.png", images.flag_png())
     table.good("texture-beside.glb", models.textured({"uri": "textures/flag.png"}).glb(), see=BOTH)
     table.good("texture-missing.glb", models.textured({"uri": "gone.png"}).glb(), words="gone.png")
+    table.good("data-uri-for-a-chunk.glb", pack_glb(models.two_materials().text()), see=BOTH)
+    table.side("glb/beside.bin", bytes(models.two_materials().blob))
+    table.good("file-for-a-chunk.glb", pack_glb(models.two_materials().text("beside.bin")), see=BOTH)
     jpeg = Document()
     look = jpeg.textured({"bufferView": jpeg.view(images.flag_jpeg()), "mimeType": "image/jpeg"})
     jpeg.shown(jpeg.primitive(pillar(), look, uvs=True))
@@ -93,7 +96,6 @@ def add_broken(table):
         pack_glb(models.two_materials().text(buffers=[{"byteLength": 1520}])),
         "has a part that reaches beyond its end",
     )
-    table.card("data-uri-for-a-chunk.glb", pack_glb(models.two_materials().text()), "beyond its end")
     table.card("buffer-passwd.glb", pack_glb(models.two_materials().text("../../../../../../etc/passwd")), "passwd")
     for name, value in (("nan", float("nan")), ("infinity", float("-inf"))):
         table.card(f"all-{name}.glb", models.with_numbers("all", value).glb(), "holds nothing that can be drawn")

@@ -140,18 +140,18 @@ def add_broken_buffers(table):
         table.card(f"{name}.gltf", made.text(buffers=[{"uri": uri, "byteLength": len(blob)} | more]), words)
 
     buffer("buffer-missing", "gone.bin", "gone.bin")
-    buffer("buffer-empty", "buffer-empty.bin", "cannot be understood", data=b"")
+    buffer("buffer-empty", "buffer-empty.bin", "needs the file buffer-empty.bin, which is empty", data=b"")
     for percent in (10, 50, 99):
-        buffer(
-            f"buffer-cut-{percent}", f"buffer-cut-{percent}.bin", "cannot be understood", data=cut(blob, percent / 100)
-        )
+        file = f"buffer-cut-{percent}.bin"
+        words = f"needs the file {file}, which ends in the middle of its data (at byte"
+        buffer(f"buffer-cut-{percent}", file, words, data=cut(blob, percent / 100))
     buffer("buffer-climbing-out", "../../../../../../../../etc/passwd", "passwd")
     buffer("buffer-climbing-escaped", "..%2f..%2f..%2f..%2f..%2f..%2f..%2fetc%2fpasswd", "passwd")
     buffer("buffer-absolute", "/etc/passwd", "passwd")
     buffer("buffer-file-url", "file:///etc/passwd", "passwd")
     buffer("buffer-web-address", "http://localhost/model.bin", "model.bin")
     buffer("buffer-is-folder", ".", "needs the file ., which is missing")
-    buffer("buffer-claims-4-gigabytes", "materials.bin", "cannot be understood", byteLength=0xFFFFFFFF)
+    buffer("buffer-claims-4-gigabytes", "materials.bin", "(at byte 1,296 of 4,294,967,295)", byteLength=0xFFFFFFFF)
     buffer("buffer-of-negative-length", "materials.bin", "gives a wrong size for a buffer", byteLength=-1)
     buffer("buffer-base64-cut", "data:application/octet-stream;base64,AAAA", "has a part that reaches beyond its end")
     buffer(
@@ -215,7 +215,7 @@ def add_broken_structure(table):
         words="is damaged: a mesh names numbers that do not exist",
     )
     broken("primitive-without-positions", "meshes", 0, "holds nothing", primitives=[{"attributes": {}}])
-    broken("primitives-a-number", "meshes", 0, primitives=5, words="cannot be understood")
+    broken("primitives-a-number", "meshes", 0, primitives=5, words='its member "primitives" is of the wrong kind')
     broken("node-of-no-mesh", "nodes", 0, mesh=42, words="is damaged: a node names a mesh that does not exist")
     broken(
         "node-with-child-of-nothing",
@@ -229,7 +229,11 @@ def add_broken_structure(table):
     table.card("cycle-of-1000-nodes.gltf", models.cycle(1000).text(), "is damaged: a node contains itself")
     table.card("chain-of-50000-nodes.gltf", models.chain(50_000).text(), "nests its nodes too deeply")
     table.card("no-meshes.gltf", '{"asset":{"version":"2.0"}}', "holds nothing")
-    table.card("meshes-an-object.gltf", '{"asset":{"version":"2.0"},"meshes":{"0":{}}}', "cannot be understood")
+    table.card(
+        "meshes-an-object.gltf",
+        '{"asset":{"version":"2.0"},"meshes":{"0":{}}}',
+        'its member "meshes" is of the wrong kind',
+    )
     table.card("scene-of-no-nodes.gltf", Document().text(), "holds nothing")
     table.card("empty-mesh.gltf", one_mesh(Mesh()), "is damaged: a view of its data is not valid")
 
@@ -243,7 +247,7 @@ def add_broken_structure(table):
     part["extensions"] = {name: {"bufferView": made.view(b"DRACO\2\2" + b"\xff" * 90), "attributes": {"POSITION": 0}}}
     made.json["extensionsRequired"] = made.json["extensionsUsed"] = [name]
     made.shown(part)
-    table.card("draco-nonsense.gltf", made.text(), "cannot be understood")
+    table.card("draco-nonsense.gltf", made.text(), "is damaged: its Draco data cannot be unpacked")
 
 
 def one_mesh(mesh):

@@ -85,6 +85,7 @@ def add_good(table):
     table.good(
         "freeform-left-out.obj",
         two_materials() + "cstype bspline\ndeg 2\ncurv 0 1 1 2 3\nparm u 0 0 1 1\nend\n",
+        notes="curves and surfaces are not shown",
         see=BOTH,
     )
     add_libraries(table)
@@ -143,8 +144,10 @@ def add_libraries(table):
     table.side("obj/upper.mtl", "newmtl upper\nKd 0.85 0.08 0.06\n")
     table.side("obj/lower.mtl", "newmtl lower\nKd 0.06 0.10 0.85\n")
     both = two_materials("upper.mtl").replace("usemtl lower", "mtllib lower.mtl\nusemtl lower")
-    # Only the last one is read.
-    table.good("several-libraries.obj", both, see=("blue",))
+    table.good("several-libraries.obj", both, see=BOTH)
+    table.good("several-libraries-on-a-line.obj", two_materials("upper.mtl lower.mtl"), see=BOTH)
+    repeated = two_materials().replace("usemtl lower", "mtllib materials.mtl\nusemtl lower")
+    table.good("library-repeated.obj", repeated, see=BOTH)
     table.side("obj/glass.mtl", library(upper="d 0.5\n"))
     table.good("see-through.obj", two_materials("glass.mtl"), see=BOTH)
 
@@ -199,7 +202,7 @@ def add_broken_geometry(table):
     whole = two_materials()
     table.card("faces-alone.obj", "f 1 2 3\nf 2 3 4\n", "has a part that reaches beyond its end")
     table.card("normals-alone.obj", "vn 0 0 1\nvn 0 1 0\n", "holds nothing that can be drawn")
-    table.card("face-of-corner-0.obj", TRIANGLE + "f 0 1 2\n", "cannot be understood")
+    table.card("face-of-corner-0.obj", TRIANGLE + "f 0 1 2\n", "a face names a corner that cannot exist")
     table.card("face-of-corner-9.obj", TRIANGLE + "f 1 2 9\n", "has a part that reaches beyond its end")
     table.card(
         "face-of-corner-4-thousand-million.obj",
@@ -207,8 +210,8 @@ def add_broken_geometry(table):
         "has a part that reaches beyond its end",
     )
     table.card("face-of-corner-minus-9.obj", TRIANGLE + "f -1 -2 -9\n", "has a part that reaches beyond its end")
-    table.card("face-of-words.obj", TRIANGLE + "f one two three\n", "cannot be understood")
-    table.repaired("face-of-nothing.obj", TRIANGLE + "f\nf \nf / / /\n")
+    table.card("face-of-words.obj", TRIANGLE + "f one two three\n", "a face names a corner that cannot exist")
+    table.repaired("face-of-nothing.obj", TRIANGLE + "f\nf \nf / / /\n", notes="3 faces without corners left out")
     table.card("all-nan.obj", "v nan nan nan\n" * 3 + "f 1 2 3\n", "holds nothing that can be drawn")
     table.card("all-infinity.obj", "v inf -inf inf\n" * 3 + "f 1 2 3\n", "holds nothing that can be drawn")
     table.card(
@@ -227,7 +230,7 @@ def add_broken_geometry(table):
     count = 100_000
     round_ = [(i % 400, i // 400) for i in range(count)]
     polygon = "".join(f"v {x} {y} 0\n" for x, y in round_) + "f " + " ".join(str(i + 1) for i in range(count)) + "\n"
-    table.card("polygon-of-100000-corners.obj", polygon, "polygon")
+    table.card("polygon-of-100000-corners.obj", polygon, "with too many corners left out")
     table.card("cut-behind-the-vertices.obj", "v 0 0 0\nf 1 ", "ends in the middle of its data")
     for percent in (40, 70, 95):
         table.repaired(f"cut-at-{percent}-percent.obj", cut(two_materials(normals=False), percent / 100))
@@ -247,7 +250,7 @@ def add_broken_libraries(table):
     table.repaired("library-a-folder.obj", two_materials("sub folder"), words="sub folder")
     table.repaired("library-the-model-itself.obj", two_materials("library-the-model-itself.obj"))
     table.side("obj/words.mtl", "newmtl upper\nKd red red red\n")
-    table.card("library-with-words-for-numbers.obj", two_materials("words.mtl"), "cannot be understood")
+    table.card("library-with-words-for-numbers.obj", two_materials("words.mtl"), "something else where a number")
     table.side("obj/nonsense.mtl", "newmtl upper\nmap_Kd\nnewmtl\n\x00\x01\x02\nwhat ever\n")
     table.repaired("library-of-nonsense.obj", two_materials("nonsense.mtl"))
     table.side("obj/bomb.png", images.png_bomb())

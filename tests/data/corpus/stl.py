@@ -90,19 +90,19 @@ def add_broken(table):
     table.card("utf16.stl", words.encode("utf-16"), "ends in the middle of its data (at byte")
     table.card("solid-alone.stl", "solid", "ends in the middle of its data")
     table.card("solid-without-facets.stl", "solid a\nendsolid a\n", "holds nothing")
-    table.card("text-cut-in-first-facet.stl", words[:60], "cannot be understood")
+    table.card("text-cut-in-first-facet.stl", words[:60], "ends in the middle of its data")
     table.card("text-cut-in-a-number.stl", cut(words, 0.3), "ends in the middle of its data")
     table.repaired("text-cut-behind-a-facet.stl", words[: words.index("facet normal 0 0 -1")])
-    table.card("words-for-numbers.stl", words.replace("0.5", "half").replace("1", "one"), "cannot be understood")
+    table.card("words-for-numbers.stl", words.replace("0.5", "half").replace("1", "one"), "where a number belongs")
     table.card(
         "facets-without-corners.stl",
         "solid a\n" + "facet normal 0 0 1\nouter loop\nendloop\nendfacet\n" * 3 + "endsolid a\n",
-        "cannot be understood",
+        "is damaged: a facet does not have three corners",
     )
     table.card(
         "two-numbers-a-corner.stl",
         "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0\nvertex 1 0\nvertex 1 1\nendloop\nendfacet\nendsolid a\n",
-        "cannot be understood",
+        "holds something else where a number belongs",
     )
     for name, value in (("nan", float("nan")), ("infinity", float("inf"))):
         everywhere = spoilt(pillar(), value, range(24))
@@ -116,5 +116,5 @@ def add_broken(table):
     table.repaired("four-corners-a-facet.stl", words.replace("  endloop", "    vertex 0 0 0\n  endloop"))
     table.repaired("nested-solids.stl", "solid a\n" * 20_000 + words)
     table.card("zeros.stl", bytes(100_000), "holds nothing")
-    table.card("name-of-5-megabytes.stl", text(pillar(), name="x" * 5_000_000), "name too long")
+    table.card("name-of-5-megabytes.stl", text(pillar(), name="x" * 5_000_000), "has a name that is too long")
     table.refused("mixed.Stl", whole, 'the suffix "Stl"')

@@ -212,10 +212,10 @@ def add_broken_xml(table):
     model(
         "model-of-another-name",
         whole.replace("<model ", "<pattern ").replace("</model>", "</pattern>"),
-        words="cannot be understood",
+        words="is no 3MF package: its model part holds no model",
     )
-    model("model-of-another-namespace", whole.replace("2015/02", "1999/99"), words="cannot be understood")
-    model("tags-crossed", whole.replace("</vertices>", "</triangles>", 1), words="cannot be understood")
+    model("model-of-another-namespace", whole.replace("2015/02", "1999/99"), words="its model part holds no objects")
+    model("tags-crossed", whole.replace("</vertices>", "</triangles>", 1), words="is damaged")
     entities = "".join(
         f'<!ENTITY e{i} "{("&e%d;" % (i - 1)) * 10}">' if i else '<!ENTITY e0 "words words words">' for i in range(12)
     )
@@ -256,23 +256,21 @@ def add_broken_models(table):
     corners = '<vertex x="0" y="0" z="0"/><vertex x="1" y="0" z="0"/><vertex x="0" y="1" z="0"/>'
     side = '<triangle v1="0" v2="1" v3="2"/>'
     model("no-build-items", model_xml(object_xml(1, mesh_xml(pillar())), ""), words="holds nothing that can be drawn")
-    model("item-of-nothing", model_xml(object_xml(1, mesh_xml(pillar())), item_xml(77)), words="cannot be understood")
+    nowhere = model_xml(object_xml(1, mesh_xml(pillar())), item_xml(77))
+    model("item-of-nothing", nowhere, words="places an object that does not exist")
     model("no-resources", model_xml("", ""), words="holds nothing that can be drawn")
-    model("no-vertices", meshed("", side), words="cannot be understood")
+    model("no-vertices", meshed("", side), words="names a corner that does not exist")
     model("no-triangles", meshed(corners, ""), words="holds nothing that can be drawn")
-    model("corner-out-of-range", meshed(corners, '<triangle v1="0" v2="1" v3="9"/>'), words="cannot be understood")
-    model("corner-negative", meshed(corners, '<triangle v1="0" v2="1" v3="-1"/>'), words="cannot be understood")
-    model(
-        "corner-of-4-thousand-million",
-        meshed(corners, '<triangle v1="0" v2="1" v3="4294967295"/>'),
-        words="cannot be understood",
-    )
-    model("corner-a-word", meshed(corners, '<triangle v1="0" v2="1" v3="two"/>'), words="cannot be understood")
+    for name, corner in (("out-of-range", "9"), ("negative", "-1"), ("of-4-thousand-million", "4294967295")):
+        broken = meshed(corners, f'<triangle v1="0" v2="1" v3="{corner}"/>')
+        model(f"corner-{name}", broken, words="a corner that does not exist")
+    model("corner-a-word", meshed(corners, '<triangle v1="0" v2="1" v3="two"/>'), words="where a number belongs")
     for value in ("nan", "inf", "1e300"):
-        model(f"vertex-of-{value}", meshed(corners.replace('x="1"', f'x="{value}"'), side), "cannot be understood")
-    # Read as 0 by the library: no area is left.
-    for value in ("word", ""):
-        table.blank(f"vertex-of-{value or 'nothing'}.3mf", pack(meshed(corners.replace('x="1"', f'x="{value}"'), side)))
+        model(f"vertex-of-{value}", meshed(corners.replace('x="1"', f'x="{value}"'), side), "a coordinate is no number")
+    for name, value in (("word", "word"), ("nothing", ""), ("number-with-comma", "0,5")):
+        spoilt = meshed(corners.replace('x="1"', f'x="{value}"'), side)
+        model(f"vertex-of-{name}", spoilt, "holds something else where a number belongs")
+    model("vertex-without-x", meshed(corners.replace('x="1" ', ""), side), "where a number belongs")
     model(
         "component-of-itself",
         model_xml(object_xml(1, '<components><component objectid="1"/></components>'), item_xml(1)),
@@ -288,7 +286,7 @@ def add_broken_models(table):
     model(
         "component-of-nothing",
         model_xml(object_xml(1, '<components><component objectid="5"/></components>'), item_xml(1)),
-        words="cannot be understood",
+        words="an object contains one that does not exist",
     )
     many = object_xml(1, mesh_xml(pillar()))
     for i in range(2, 12):
@@ -299,10 +297,10 @@ def add_broken_models(table):
         chain += object_xml(i, f'<components><component objectid="{i - 1}"/></components>')
     model("chain-of-50000-components", model_xml(chain, item_xml(49_999)), "nests its components too deeply")
     items = whole.replace("<item ", '<item transform="1e300 0 0 0 1e300 0 0 0 1e300 0 0 0" ')
-    table.repaired("moved-beyond-floats.3mf", pack(items))
-    model("transform-of-words", whole.replace("<item ", '<item transform="a b c" '), words="cannot be understood")
+    table.repaired("moved-beyond-floats.3mf", pack(items), notes="is not followed", see=BOTH)
+    model("transform-of-words", whole.replace("<item ", '<item transform="a b c" '), words="where a number belongs")
     twice = object_xml(1, mesh_xml(pillar())) * 2
-    model("same-number-twice", model_xml(twice, item_xml(1)), words="cannot be understood")
+    model("same-number-twice", model_xml(twice, item_xml(1)), words="two objects have the same number")
     needs = whole.replace("<model ", '<model xmlns:q="http://nobody.example/never-heard-of" requiredextensions="q" ')
     unread = "the extension http://nobody.example/never-heard-of is not read"
     table.repaired("requires-unknown-extension.3mf", pack(needs), notes=unread, see=BOTH)

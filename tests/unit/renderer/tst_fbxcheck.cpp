@@ -2,6 +2,7 @@
 #include "tests/support/testmain.h"
 #include "tests/unit/renderer/fbxfiles.h"
 #include "viewer/renderer/import/fbxcheck.h"
+#include "viewer/renderer/import/gltfcheck.h"
 
 #include <QtEndian>
 
@@ -32,6 +33,36 @@ Record nested(int depth)
     return record;
 }
 
+Record model(qint64 id)
+{
+    return {"Model", {longNumber(id), text("model"), text("Mesh")}, {}};
+}
+
+Record connected(qint64 child, qint64 parent)
+{
+    return {"C", {text("OO"), longNumber(child), longNumber(parent)}, {}};
+}
+
+QByteArray scene(const QList<Record>& objects, const QList<Record>& connections)
+{
+    return file({{"Objects", {}, objects}, {"Connections", {}, connections}});
+}
+
+/// Models 1 to `count`, each of which stands `times` times in the one before it, and the first in the scene.
+QByteArray chain(int count, int times = 1)
+{
+    QList<Record> models{model(1)};
+    QList<Record> connections{connected(1, 0)};
+    for (int i = 2; i <= count; ++i) {
+        models << model(i);
+        for (int k = 0; k < times; ++k)
+            connections << connected(i, i - 1);
+    }
+    return scene(models, connections);
+}
+
+const QString kItself = "is damaged: a model contains itself";
+
 } // namespace
 
 class FbxCheckTest : public TestBase
@@ -46,6 +77,10 @@ private Q_SLOTS:
     void depthLimitIsExact();
     void truncationAnywhereIsRefused();
     void bytesBehindTheLastRecordAreNobodys();
+    void modelsInThemselvesAreRefused();
+    void circlesThatAreNoneOfModelsPass();
+    void depthLimitOfModelsIsExact();
+    void modelsThatDoubleAtEachLevelAreRefusedAtOnce();
 };
 
 void FbxCheckTest::soundFilesPass()
@@ -114,6 +149,45 @@ void FbxCheckTest::truncationAnywhereIsRefused()
 void FbxCheckTest::bytesBehindTheLastRecordAreNobodys()
 {
     QCOMPARE(check(polygon({0, 0, 0, 1, 0, 0, 0, 1, 0}) + "made by somebody"), QString());
+}
+
+void FbxCheckTest::modelsInThemselvesAreRefused()
+{
+    QCOMPARE(check(scene({model(1)}, {connected(1, 0), connected(1, 1)})), kItself);
+    const QList<Record> circle{connected(1, 0), connected(1, 2), connected(2, 3), connected(3, 1)};
+    QCOMPARE(check(scene({model(1), model(2), model(3)}, circle)), kItself);
+    // In whatever order the lists stand.
+    QCOMPARE(check(file({{"Connections", {}, circle}, {"Objects", {}, {model(3), model(1), model(2)}}})), kItself);
+    const Record unnamed{"C", {text("OP"), longNumber(1), longNumber(1), text("")}, {}};
+    QCOMPARE(check(scene({model(1)}, {unnamed})), kItself);
+}
+
+void FbxCheckTest::circlesThatAreNoneOfModelsPass()
+{
+    // A bone moves a cluster of the mesh in whose model it stands.
+    const Record cluster{"Deformer", {longNumber(9), text("cluster"), text("Cluster")}, {}};
+    QCOMPARE(check(scene({model(1), model(2), cluster},
+                         {connected(1, 0), connected(2, 1), connected(2, 9), connected(9, 1)})),
+             QString());
+    const Record driven{"C", {text("OP"), longNumber(1), longNumber(1), text("LookAtProperty")}, {}};
+    QCOMPARE(check(scene({model(1)}, {connected(1, 0), driven})), QString());
+    const Record properties{"C", {text("PP"), longNumber(1), text("a"), longNumber(1), text("b")}, {}};
+    QCOMPARE(check(scene({model(1)}, {properties})), QString());
+    const Record odd{"C", {text("OO"), number(1), longNumber(1)}, {}};
+    QCOMPARE(check(scene({model(1), {"Model", {}, {}}}, {odd, {"C", {}, {}}})), QString());
+}
+
+void FbxCheckTest::depthLimitOfModelsIsExact()
+{
+    QCOMPARE(check(chain(kMaxNodeDepth)), QString());
+    QCOMPARE(check(chain(kMaxNodeDepth + 1)), QString("nests its models too deeply"));
+    QCOMPARE(check(chain(50000)), QString("nests its models too deeply"));
+}
+
+void FbxCheckTest::modelsThatDoubleAtEachLevelAreRefusedAtOnce()
+{
+    QCOMPARE(check(chain(10, 2)), QString());
+    QCOMPARE(check(chain(60, 2)), QString("repeats its models too often"));
 }
 
 OV3D_TEST_MAIN(FbxCheckTest)

@@ -80,7 +80,9 @@ private Q_SLOTS:
     void sparseElementsMustExist();
     void bonesMustExist();
     void bonesInABufferFileAreLookedAtToo();
+    void bufferFilesMustBeAsLongAsStated();
     void buffersOfAGlbMustFit();
+    void firstBufferOfAGlbMayBeElsewhere();
     void missingCompressionIsNamed();
     void otherRequiredExtensionsAreNoted();
     void dracoIsNoFault();
@@ -233,6 +235,35 @@ void GltfCheckTest::bonesInABufferFileAreLookedAtToo()
     folder.write("bones.bin", data);
     QCOMPARE(QString::fromStdString(check(gltf.text(), {}, folder.path("model.gltf")).reason),
              QString("is damaged: a vertex hangs on a bone that does not exist"));
+}
+
+void GltfCheckTest::bufferFilesMustBeAsLongAsStated()
+{
+    Builder gltf = triangle();
+    gltf.change("buffers", 0, "uri", "triangle.bin");
+    ModelFolder folder;
+    const auto reasonWith = [&](const QByteArray& bytes) {
+        folder.write("triangle.bin", bytes);
+        return QString::fromStdString(check(gltf.text(), {}, folder.path("model.gltf")).reason);
+    };
+    QCOMPARE(reasonWith(QByteArray(36, '\0')), QString());
+    QCOMPARE(reasonWith(QByteArray(40, '\0')), QString());
+    QCOMPARE(reasonWith(QByteArray(35, '\0')),
+             QString("needs the file triangle.bin, which ends in the middle of its data (at byte 35 of 36)"));
+    QCOMPARE(reasonWith({}), QString("needs the file triangle.bin, which is empty"));
+}
+
+void GltfCheckTest::firstBufferOfAGlbMayBeElsewhere()
+{
+    QVERIFY(check(triangle().text()).first_buffer_is_elsewhere);
+    QVERIFY(check(triangle().text(), QByteArray(36, '\0')).first_buffer_is_elsewhere);
+    Builder gltf = triangle();
+    // With a binary part at hand, a name of a file is a left-over of the file's making.
+    gltf.change("buffers", 0, "uri", "triangle.bin");
+    QVERIFY(!check(gltf.text(), QByteArray(36, '\0')).first_buffer_is_elsewhere);
+    QVERIFY(check(gltf.text()).first_buffer_is_elsewhere);
+    gltf.change("buffers", 0, "uri", QJsonValue(QJsonValue::Undefined));
+    QVERIFY(!check(gltf.text(), QByteArray(36, '\0')).first_buffer_is_elsewhere);
 }
 
 void GltfCheckTest::buffersOfAGlbMustFit()

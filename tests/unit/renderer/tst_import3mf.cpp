@@ -270,14 +270,31 @@ void Import3mfTest::badFilesAreRefused_data()
                              << "ends in the middle of its data: the list of its parts is missing";
     QTest::newRow("nothing in it") << package("", "") << "holds nothing that can be drawn";
     QTest::newRow("corner that does not exist")
-        << replaced("v1=\"1\"", "v1=\"100\"") << "cannot be understood (Invalid model node index)";
+        << replaced("v1=\"1\"", "v1=\"100\"") << "is damaged: a triangle names a corner that does not exist";
     QTest::newRow("position that is no number")
-        << replaced("x=\"1\"", "x=\"nan\"") << "cannot be understood (Invalid Model Coordinates)";
+        << replaced("x=\"1\"", "x=\"nan\"") << "is damaged: a coordinate is no number, or too large";
     QTest::newRow("infinite position") << replaced("x=\"1\"", "x=\"1e39\"")
-                                       << "cannot be understood (Invalid Model Coordinates)";
+                                       << "is damaged: a coordinate is no number, or too large";
     QTest::newRow("object that does not exist")
-        << package(object(1), "<item objectid=\"8\"/>")
-        << "cannot be understood (Could not find Object associated to the Build item )";
+        << package(object(1), "<item objectid=\"8\"/>") << "is damaged: it places an object that does not exist";
+    // The check knows only the objects, not how much is in them.
+    QTest::newRow("more triangles than allowed")
+        << package(object(1).replace("</triangles>", QByteArray("<triangle v1=\"0\" v2=\"2\" v3=\"1\"/>").repeated(5000) +
+                                                         "</triangles>"),
+                   QByteArray(kItem).repeated(4001))
+        << "repeats its objects too often";
+    // The reader knows the name space of models by its address, under whatever prefix.
+    QByteArray tower = "<resources>" + object(1);
+    for (int id = 2; id <= 5; ++id)
+        tower += "<c:object id=\"" + QByteArray::number(id) + "\" type=\"model\"><c:components>" +
+                 ("<c:component objectid=\"" + QByteArray::number(id - 1) + "\"/>").repeated(30) +
+                 "</c:components></c:object>";
+    QByteArray aliased = packagefiles::model("", "<item objectid=\"5\"/>",
+                                             "xmlns:c=\"http://schemas.microsoft.com/3dmanufacturing/core/2015/02\"");
+    aliased.replace("<resources>", tower);
+    QTest::newRow("repeated behind another prefix")
+        << packagefiles::zip({packagefiles::rootRelations(), {"3D/3dmodel.model", aliased}})
+        << "repeats its objects too often";
     QTest::newRow("text where a part should be")
         << packagefiles::zip({packagefiles::rootRelations(), {"3D/3dmodel.model", "hello"}})
         << "cannot be understood: its part 3D/3dmodel.model is not valid XML";

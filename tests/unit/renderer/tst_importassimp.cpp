@@ -4,8 +4,10 @@
 #include "tests/unit/renderer/gltffiles.h"
 #include "tests/unit/renderer/importing.h"
 #include "viewer/renderer/import/largepolygons.h"
+#include "viewer/renderer/import/objcheck.h"
 
 #include <QVector>
+#include <QtEndian>
 #include <cmath>
 
 using namespace importing;
@@ -77,6 +79,12 @@ private Q_SLOTS:
     void skinIsShownInItsPose();
     void shapesStandAtTheirWeights();
     void animationsMayBeBroken();
+    void firstBufferOfAGlbMayBeElsewhere();
+    void allMaterialLibrariesOfAnObjAreRead_data();
+    void allMaterialLibrariesOfAnObjAreRead();
+    void missingLibrariesAreNamedOnceEach();
+    void whatAnObjHoldsInVainIsNoted();
+    void modelsOfAnFbxInThemselvesAreRefused();
     void markBeforeGltfTextIsSkipped();
     void deepNodesAreRefusedBeforeAssimp();
     void axesOfAnFbxAreReadAsTheyStand();
@@ -238,6 +246,88 @@ void ImportAssimpTest::animationsMayBeBroken()
         QJsonArray{QJsonObject{{"samplers", QJsonArray{sampler}}, {"channels", QJsonArray{channel}}}};
     QCOMPARE(reason(gltf(builder)), QString("ok"));
     QCOMPARE(reason(importFile(*m_folder, "model.glb", builder.glb(), kFormatGlb)), QString("ok"));
+}
+
+void ImportAssimpTest::firstBufferOfAGlbMayBeElsewhere()
+{
+    const Builder builder = gltffiles::triangle();
+    QByteArray json = builder.text();
+    json += QByteArray((4 - json.size() % 4) % 4, ' ');
+    const auto number = [](int value) {
+        QByteArray bytes(4, '\0');
+        qToLittleEndian(static_cast<quint32>(value), bytes.data());
+        return bytes;
+    };
+    const QByteArray glb = "glTF" + number(2) + number(json.size() + 20) + number(json.size()) + "JSON" + json;
+    const ImportResult result = importFile(*m_folder, "model.glb", glb, kFormatGlb);
+    QCOMPARE(reason(result), QString("ok"));
+    QCOMPARE(count(result.model, Primitive::triangles), std::size_t{1});
+}
+
+void ImportAssimpTest::allMaterialLibrariesOfAnObjAreRead_data()
+{
+    QTest::addColumn<QByteArray>("first");
+    QTest::addColumn<QByteArray>("second");
+    QTest::newRow("a line each") << QByteArray("mtllib red.mtl\n") << QByteArray("mtllib green.mtl\n");
+    QTest::newRow("both lines before the faces") << QByteArray("mtllib red.mtl\nmtllib green.mtl\n") << QByteArray();
+    QTest::newRow("both on one line") << QByteArray("mtllib red.mtl  green.mtl \r\n") << QByteArray();
+    QTest::newRow("each line twice") << QByteArray("mtllib red.mtl\nmtllib red.mtl\n")
+                                     << QByteArray("mtllib green.mtl\n  mtllib red.mtl\nmtllib green.mtl\n");
+    QTest::newRow("a missing one between them")
+        << QByteArray("mtllib red.mtl\nmtllib gone.mtl\n") << QByteArray("mtllib green.mtl\n");
+    QTest::newRow("the same one again behind the faces")
+        << QByteArray("mtllib both of them.mtl\n") << QByteArray("mtllib both of them.mtl\n");
+}
+
+void ImportAssimpTest::allMaterialLibrariesOfAnObjAreRead()
+{
+    QFETCH(QByteArray, first);
+    QFETCH(QByteArray, second);
+    const QByteArray red = "newmtl red\nKd 1 0 0\n", green = "newmtl green\nKd 0 1 0\n";
+    m_folder->write("red.mtl", red);
+    m_folder->write("green.mtl", green);
+    m_folder->write("both of them.mtl", red + green);
+    const ImportResult result =
+        obj(first + "v 0 0 0\nv 1 0 0\nv 0 2 0\nusemtl red\nf 1 2 3\n" + second + "usemtl green\nf 3 2 1\n");
+    QCOMPARE(reason(result), QString("ok"));
+    QCOMPARE(result.model.materials.size(), std::size_t{2});
+    QVERIFY(colourOf(result.model.materials[0]).redF() > 0.9 && colourOf(result.model.materials[0]).greenF() < 0.1);
+    QVERIFY(colourOf(result.model.materials[1]).greenF() > 0.9 && colourOf(result.model.materials[1]).redF() < 0.1);
+}
+
+void ImportAssimpTest::missingLibrariesAreNamedOnceEach()
+{
+    const ImportResult result = obj("mtllib a.mtl\nmtllib b.mtl\nmtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 2 0\nf 1 2 3\n");
+    QCOMPARE(reason(result), QString("ok"));
+    const std::vector<std::string> wanted{"a.mtl", "b.mtl"};
+    QCOMPARE(result.model.missing, wanted);
+}
+
+void ImportAssimpTest::whatAnObjHoldsInVainIsNoted()
+{
+    const QByteArray triangle = "v 0 0 0\nv 1 0 0\nv 0 2 0\nf 1 2 3\n";
+    QCOMPARE(notes(obj(triangle + "fo 1\n# surf\nusemtl curv\nf \\\n1 2 3\n")), QStringList());
+    QCOMPARE(notes(obj(triangle + "f\n")), QStringList{"1 face without corners left out"});
+    QCOMPARE(notes(obj(triangle + "  f \r\nf / / /\n")), QStringList{"2 faces without corners left out"});
+    for (const char* line : {"curv 0 1 1 2 3\n", "curv2 1 2\n", "surf 0 1 0 1 1 2 3\n"})
+        QCOMPARE(notes(obj(triangle + line)), QStringList{"curves and surfaces are not shown"});
+    QByteArray libraries;
+    for (int i = 0; i <= static_cast<int>(kMaxObjLibraryLines); ++i)
+        libraries += "mtllib " + QByteArray::number(i) + ".mtl\n";
+    QCOMPARE(notes(obj(libraries + triangle)),
+             QStringList{"more material libraries than allowed: the others are not read"});
+}
+
+void ImportAssimpTest::modelsOfAnFbxInThemselvesAreRefused()
+{
+    QByteArray bytes = fbxfiles::polygon({0, 0, 0, 1, 0, 0, 0, 1, 0});
+    const auto connection = [](qint64 child, qint64 parent) {
+        return fbxfiles::text("OO") + fbxfiles::longNumber(child) + fbxfiles::longNumber(parent);
+    };
+    QVERIFY(bytes.contains(connection(1, 2)));
+    bytes.replace(connection(1, 2), connection(2, 2));
+    QCOMPARE(reason(importFile(*m_folder, "model.fbx", bytes, kFormatFbx)),
+             QString("is damaged: a model contains itself"));
 }
 
 void ImportAssimpTest::markBeforeGltfTextIsSkipped()

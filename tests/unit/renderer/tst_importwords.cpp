@@ -35,6 +35,25 @@ void ImportWordsTest::refusalsAreSaidInPlainWords_data()
                               << "is not valid JSON";
     QTest::newRow("no glTF") << "No suitable reader found for the file format of file \"x\"." << int{kFormatGltf} << ""
                              << "is not valid glTF";
+    QTest::newRow("a word in an OBJ") << "Cannot parse string \"red\" as a real number" << int{kFormatObj} << ""
+                                      << "holds something else where a number belongs, itself or in a material library";
+    QTest::newRow("a word in an STL") << "Cannot parse string \"one\" as a real number" << int{kFormatStl} << ""
+                                      << "holds something else where a number belongs";
+    QTest::newRow("nothing more in an STL") << "Cannot parse string \"\" as a real number" << int{kFormatStl} << ""
+                                            << "ends in the middle of its data";
+    QTest::newRow("a face of words") << "OBJ: Invalid face index." << int{kFormatObj} << ""
+                                     << "is damaged: a face names a corner that cannot exist";
+    QTest::newRow("an FBX without objects") << "FBX-DOM no Objects dictionary found" << int{kFormatFbx} << ""
+                                            << "is damaged: it holds no objects";
+    QTest::newRow("a member of the wrong kind")
+        << "Member \"primitives\" was not of type \"array\" when reading meshes[0]" << int{kFormatGlb} << ""
+        << "is not valid glTF: its member \"primitives\" is of the wrong kind";
+    QTest::newRow("damaged Draco data") << "GLTF: Invalid Draco mesh compression in mesh" << int{kFormatGltf} << ""
+                                        << "is damaged: its Draco data cannot be unpacked";
+    QTest::newRow("two objects of one number") << "Duplicate Resource ID" << int{kFormat3mf} << ""
+                                               << "is damaged: two objects have the same number";
+    QTest::newRow("words of another format") << "Duplicate Resource ID" << int{kFormatObj} << ""
+                                             << "cannot be understood (Duplicate Resource ID)";
     QTest::newRow("anything else") << "Some words" << int{kFormatFbx} << ""
                                    << "cannot be understood (Some words)";
     QTest::newRow("no words") << "" << int{kFormatFbx} << ""

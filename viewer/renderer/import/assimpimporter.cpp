@@ -6,6 +6,7 @@
 #include "viewer/renderer/import/gltfcheck.h"
 #include "viewer/renderer/import/importwords.h"
 #include "viewer/renderer/import/materialreader.h"
+#include "viewer/renderer/import/objcheck.h"
 #include "viewer/renderer/import/sandboxedfiles.h"
 #include "viewer/renderer/import/scenechecks.h"
 #include "viewer/renderer/import/sceneflattening.h"
@@ -17,6 +18,7 @@
 #include <assimp/config.h>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include <new>
 #include <set>
 
 namespace ov3d::renderer {
@@ -156,8 +158,11 @@ const aiScene* readScene(Assimp::Importer& importer, const std::string& name, st
     return scene;
 }
 
-/// Checks the inside of a glTF, and hides what Assimp had better not see. @return why not, or an empty text.
-std::string prepareGltf(std::int32_t format, FileBytes& bytes, const SideFiles& sideFiles,
+/// Checks the inside of a glTF, and hides what Assimp had better not see.
+///
+/// @param format becomes another one when Assimp had better take the file for that.
+/// @return why not, or an empty text.
+std::string prepareGltf(std::int32_t& format, FileBytes& bytes, const SideFiles& sideFiles,
                         std::vector<std::string>& notes)
 {
     const GltfParts parts = gltfParts(format, bytes.data(), bytes.size());
@@ -165,6 +170,15 @@ std::string prepareGltf(std::int32_t format, FileBytes& bytes, const SideFiles& 
     if (!check.reason.empty())
         return check.reason;
     notes.insert(notes.end(), check.notes.begin(), check.notes.end());
+    if (format == kFormatGlb && check.first_buffer_is_elsewhere) {
+        // Assimp takes the first buffer of a GLB for its binary part, whatever address it gives.
+        std::string text = check.json.empty() ? std::string(parts.json) : check.json;
+        if (check.json.empty())
+            for (const std::string_view name : check.hidden)
+                text[static_cast<std::size_t>(name.data() - parts.json.data())] = '-';
+        format = kFormatGltf;
+        return bytes.assign(text) ? "" : kNoMemory;
+    }
     if (!check.json.empty()) {
         const bool assigned = bytes.assign(format == kFormatGltf ? check.json : makeGlb({check.json, parts.binary}));
         return assigned ? "" : kNoMemory;
@@ -176,6 +190,31 @@ std::string prepareGltf(std::int32_t format, FileBytes& bytes, const SideFiles& 
     return {};
 }
 
+/// Notes what Assimp passes over in an OBJ, and hides all lines of material libraries but the first, since Assimp gives
+/// the mesh that stands before such a line the first material of the library.
+///
+/// @return all libraries, where there are more than Assimp's reader would find.
+std::vector<std::string> prepareObj(FileBytes& bytes, const SideFiles& sideFiles, std::vector<std::string>& notes)
+{
+    const ObjCheck check = checkObj(bytes.data(), bytes.size());
+    notes.insert(notes.end(), check.notes.begin(), check.notes.end());
+    const auto exists = [&sideFiles](const std::string& name) { return sideFiles.find(name).has_value(); };
+    std::vector<std::string> libraries;
+    std::set<std::string> known;
+    for (const ObjCheck::Libraries& line : check.libraries) {
+        for (std::string& name : libraryNames(line.names, exists))
+            if (known.size() < kMaxObjLibraryLines && known.insert(name).second)
+                libraries.push_back(std::move(name));
+        if (line.at != check.libraries.front().at && !bytes.overwrite(line.at, '#'))
+            throw std::bad_alloc();
+    }
+    for (const std::size_t at : check.repeats)
+        if (!bytes.overwrite(at, '#'))
+            throw std::bad_alloc();
+    const bool foundAnyway = libraries.size() == 1 && libraries.front() == check.libraries.front().names;
+    return foundAnyway ? std::vector<std::string>() : libraries;
+}
+
 ImportResult failed(const std::string& reason)
 {
     ImportResult result;
@@ -183,12 +222,20 @@ ImportResult failed(const std::string& reason)
     return result;
 }
 
+/// Why a model has no faces: those that it had were left out, or there were none.
+std::string nothingLeft(const std::vector<std::string>& notes)
+{
+    const auto at = std::find_if(notes.rbegin(), notes.rend(),
+                                 [](const std::string& note) { return note.find("left out") != std::string::npos; });
+    return "holds nothing that can be drawn" + (at == notes.rend() ? std::string() : " (" + *at + ")");
+}
+
 } // namespace
 
 ImportResult AssimpImporter::read(const ImportRequest& request)
 {
-    const char* suffix = suffixOf(request.model_format);
-    if (suffix == nullptr)
+    std::int32_t format = request.model_format;
+    if (suffixOf(format) == nullptr)
         return failed("is of no format that can be read");
     std::string reason;
     FileBytes bytes;
@@ -201,32 +248,36 @@ ImportResult AssimpImporter::read(const ImportRequest& request)
 
     SideFiles sideFiles(request.path);
     ImportResult result;
-    if (request.model_format == kFormatGltf || request.model_format == kFormatGlb)
-        result.reason = prepareGltf(request.model_format, bytes, sideFiles, result.model.notes);
+    if (format == kFormatGltf || format == kFormatGlb)
+        result.reason = prepareGltf(format, bytes, sideFiles, result.model.notes);
     if (!result.reason.empty())
         return result;
+    const char* suffix = suffixOf(format);
     Assimp::Importer importer;
     keepOnly(importer, suffix);
     configure(importer);
     auto* files = new SandboxedFiles(bytes, sideFiles, stemOf(request.path), suffix);
+    if (format == kFormatObj)
+        files->setLibraries(prepareObj(bytes, sideFiles, result.model.notes));
     const std::string name = files->modelName();
     importer.SetIOHandler(files);
     importer.SetProgressHandler(new ProgressReport(request.progress, 0, kReadShare));
 
     std::string message;
-    const aiScene* scene = readScene(importer, name, request.model_format, result.model.notes, message);
+    const aiScene* scene = readScene(importer, name, format, result.model.notes, message);
     if (scene == nullptr)
-        return failed(plainReason(message, request.model_format, name, sideFiles.missing()));
+        return failed(plainReason(message, format, name, sideFiles.missing()));
     request.progress(kPrepareShare);
 
     MaterialReader materials(*scene, request, sideFiles, result.model);
-    flattenScene(*scene, toYUp(*scene, request.model_format), request.model_format == kFormatStl, materials,
-                 result.model,
+    flattenScene(*scene, toYUp(*scene, format), format == kFormatStl, materials, result.model,
                  [&request](int percent) { request.progress(kPrepareShare + (100 - kPrepareShare) * percent / 100); });
     if (result.model.meshes.empty())
-        return failed("holds nothing that can be drawn");
+        return failed(nothingLeft(result.model.notes));
     result.model.files = sideFiles.files();
     result.model.missing = sideFiles.missing();
+    if (sideFiles.unnamedMissing() > 0)
+        result.model.notes.push_back("and " + std::to_string(sideFiles.unnamedMissing()) + " more files are missing");
     result.ok = true;
     return result;
 }

@@ -85,16 +85,16 @@ std::string ComponentGraph::check() const
             }
             own.mark = Mark::done;
             if (own.depth > kMaxComponentDepth)
-                return "nests its components too deeply";
+                return kNestsTooDeeply;
             if (own.placed > kMaxPlacedObjects)
-                return "repeats its objects too often";
+                return kRepeatsTooOften;
             stack.pop_back();
         }
     }
     std::uint64_t placed = 0;
     for (const std::uint32_t placement : m_placements)
         placed += summaries[placement].placed;
-    return placed > kMaxPlacedObjects ? "repeats its objects too often" : "";
+    return placed > kMaxPlacedObjects ? kRepeatsTooOften : "";
 }
 
 } // namespace ov3d::renderer

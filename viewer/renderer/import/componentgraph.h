@@ -13,7 +13,7 @@ namespace ov3d::renderer {
 class ComponentGraph
 {
 public:
-    using Name = std::pair<std::string, std::string>; ///< a part of the package and an id in it
+    using Name = std::pair<std::string, std::uint32_t>; ///< a part of the package and an id in it
 
     void addObject(const Name& name);
 

@@ -1,5 +1,6 @@
 #include "viewer/renderer/import/fbxcheck.h"
 
+#include "viewer/renderer/import/fbxmodels.h"
 #include "viewer/renderer/import/filechecks.h"
 #include "viewer/renderer/import/littleendian.h"
 
@@ -77,18 +78,21 @@ private:
         std::uint64_t properties = 0;
         std::uint64_t property_bytes = 0;
         std::uint64_t content_at = 0; ///< behind the name
+        std::string_view name;
     };
 
     [[nodiscard]] std::uint64_t headBytes() const { return m_wide ? 25 : 13; }
     bool readHead(std::uint64_t at, std::uint64_t end, Record& record);
     bool checkProperties(const Record& record);
     bool checkArray(std::uint64_t& at, std::uint64_t end, unsigned element);
+    void noteModels(const Record& record, std::string_view list);
     bool fail(const std::string& reason);
 
     const std::uint8_t* m_data;
     std::uint64_t m_size;
     bool m_wide;
     std::uint64_t m_arrayBytes = 0;
+    FbxModels m_models;
     std::string m_reason;
 };
 
@@ -114,6 +118,7 @@ bool Walker::readHead(std::uint64_t at, std::uint64_t end, Record& record)
     record.content_at = at + headBytes() + nameBytes;
     if (record.end > end || record.content_at > record.end || record.property_bytes > record.end - record.content_at)
         return fail(kDamaged);
+    record.name = {reinterpret_cast<const char*>(head + headBytes()), nameBytes};
     return true;
 }
 
@@ -167,9 +172,43 @@ bool Walker::checkProperties(const Record& record)
     return at == end || fail(kDamaged);
 }
 
+/// Keeps in mind which models stand in which. Properties that are of another kind than these are for readers to refuse.
+void Walker::noteModels(const Record& record, std::string_view list)
+{
+    std::uint64_t at = record.content_at;
+    const std::uint64_t end = at + record.property_bytes;
+    const auto longNumber = [&](std::int64_t& number) {
+        if (end - at < 9 || m_data[at] != 'L')
+            return false;
+        number = static_cast<std::int64_t>(littleEndian64(m_data + at + 1));
+        at += 9;
+        return true;
+    };
+    const auto text = [&](std::string_view& word) {
+        if (end - at < 5 || m_data[at] != 'S' || littleEndian32(m_data + at + 1) > end - at - 5)
+            return false;
+        word = {reinterpret_cast<const char*>(m_data + at + 5), littleEndian32(m_data + at + 1)};
+        at += 5 + word.size();
+        return true;
+    };
+    std::int64_t child = 0;
+    std::int64_t parent = 0;
+    std::string_view kind, property;
+    if (list == "Objects" && record.name == "Model") {
+        if (longNumber(child))
+            m_models.addModel(child);
+    } else if (list == "Connections" && record.name == "C" && text(kind) && kind != "PP" && longNumber(child) &&
+               longNumber(parent)) {
+        // What drives a property of a model does not stand in the model.
+        if (kind != "OP" || !text(property) || property.empty())
+            m_models.addConnection(child, parent);
+    }
+}
+
 std::string Walker::run()
 {
     std::vector<std::uint64_t> ends{m_size};
+    std::string_view list; // the record of the outermost level that we are in
     std::uint64_t at = kHeaderBytes;
     for (std::size_t records = 0; !ends.empty(); ++records) {
         if (at == ends.back() && ends.size() > 1) {
@@ -182,7 +221,7 @@ std::string Walker::run()
         if (record.end == 0) {
             // What follows the closing record of the outermost list belongs to nobody.
             if (ends.size() == 1)
-                return {};
+                break;
             at = ends.back();
             ends.pop_back();
             continue;
@@ -191,6 +230,10 @@ std::string Walker::run()
             return "holds more records than allowed";
         if (!checkProperties(record))
             return m_reason;
+        if (ends.size() == 1)
+            list = record.name;
+        else if (ends.size() == 2)
+            noteModels(record, list);
         at = record.content_at + record.property_bytes;
         if (at < record.end) {
             if (ends.size() >= kMaxFbxDepth)
@@ -198,7 +241,7 @@ std::string Walker::run()
             ends.push_back(record.end);
         }
     }
-    return {};
+    return m_models.check();
 }
 
 } // namespace

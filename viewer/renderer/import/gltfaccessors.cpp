@@ -103,6 +103,7 @@ GltfAccessors::GltfAccessors(JsonValue root, std::string_view binary, const Side
     : m_root(root)
     , m_binary(binary)
     , m_buffers(root["buffers"], binary, sideFiles)
+    , m_budget(kMaxCheckedElements)
 {
 }
 
@@ -127,6 +128,9 @@ std::string GltfAccessors::readBuffers(std::vector<std::uint64_t>& sizes) const
         // Readers take all of a data address, whatever its stated size.
         if (const std::string_view data = json["uri"].rawText(); data.substr(0, 5) == "data:")
             bytes = decodedBytes(data.substr(std::min(data.find(','), data.size() - 1) + 1));
+        else if (const auto size = json["uri"] ? m_buffers.fileBytes(json["uri"]) : std::nullopt; size && *size < bytes)
+            return "needs the file " + json["uri"].text() + ", which " +
+                   (*size == 0 ? std::string("is empty") : endsEarly(*size, bytes));
         if (sizes.empty() && !json["uri"] && !m_binary.empty() && bytes > m_binary.size())
             return endsEarly(m_binary.size(), bytes);
         sizes.push_back(bytes);
@@ -162,7 +166,7 @@ GltfAccessors::Accessor GltfAccessors::readAccessor(JsonValue json)
     if (accessor.count == kNone || accessor.components == 0 || componentBytes(accessor.component_type) == 0)
         accessor.fault = "is damaged: a list of numbers is of no valid kind";
     else if (accessor.count > kMaxAccessorElements)
-        accessor.fault = "claims more elements than allowed";
+        accessor.fault = kTooManyElements;
     if (accessor.fault.empty() && accessor.has_view) {
         accessor.view = view.index(kNone);
         accessor.offset = optionalNumber(json["byteOffset"]);
@@ -212,7 +216,7 @@ std::string GltfAccessors::checkSparse(JsonValue sparse, const Accessor& accesso
     std::string reason = checkRange(places);
     if (reason.empty())
         reason = checkRange(substitutes);
-    if (reason.empty() && count > 0 && largest(places) >= accessor.count)
+    if (reason.empty() && count > 0 && findLargest(places) >= accessor.count)
         reason = "is damaged: a sparse list of numbers changes elements that do not exist";
     return reason;
 }
@@ -250,9 +254,20 @@ template <typename Use> void GltfAccessors::forEachNumber(const Accessor& access
             use(static_cast<std::size_t>(i * accessor.components + k), data + i * stride + k * width);
 }
 
-std::uint64_t GltfAccessors::largest(const Accessor& accessor)
+std::uint64_t GltfAccessors::largest(JsonValue index)
+{
+    const auto [known, isNew] = m_largest.try_emplace(index.index(kNone), 0);
+    if (isNew)
+        known->second = findLargest(*at(index));
+    return known->second;
+}
+
+std::uint64_t GltfAccessors::findLargest(const Accessor& accessor)
 {
     if (!accessor.has_view || !accessor.fault.empty())
+        return 0;
+    m_budget -= std::min(m_budget, accessor.count);
+    if (m_budget == 0)
         return 0;
     const unsigned width = componentBytes(accessor.component_type);
     std::uint64_t result = 0;

@@ -3,6 +3,7 @@
 #include "viewer/renderer/import/gltfbuffers.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,8 +40,14 @@ public:
     /// After read(). @return why a view cannot be read, or an empty text.
     [[nodiscard]] std::string faultOfView(JsonValue index) const;
 
-    /// Largest whole number in an accessor of unsigned bytes, shorts or words; 0 when its bytes cannot be had.
-    std::uint64_t largest(const Accessor& accessor);
+    /// Largest whole number in an accessor of unsigned bytes, shorts or words; 0 when its bytes cannot be had. Looks at
+    /// each accessor once.
+    /// @param index of an accessor that exists.
+    std::uint64_t largest(JsonValue index);
+
+    /// Whether accessors that share bytes made largest() look at more of them than any file needs. It gives 0 from then
+    /// on.
+    [[nodiscard]] bool isExhausted() const { return m_budget == 0; }
 
     /// All numbers of an accessor with a view; 0 where its bytes cannot be had. Throws std::bad_alloc.
     std::vector<float> floats(const Accessor& accessor);
@@ -58,6 +65,7 @@ private:
     std::string readBuffers(std::vector<std::uint64_t>& sizes) const;
     void readView(JsonValue json, const std::vector<std::uint64_t>& buffers);
     Accessor readAccessor(JsonValue json);
+    std::uint64_t findLargest(const Accessor& accessor);
     std::string checkSparse(JsonValue sparse, const Accessor& accessor);
     std::string checkRange(const Accessor& accessor) const;
     std::string_view bytesOf(const Accessor& accessor);
@@ -69,6 +77,8 @@ private:
     GltfBuffers m_buffers;
     std::vector<View> m_views;
     std::vector<Accessor> m_accessors;
+    std::map<std::uint64_t, std::uint64_t> m_largest; ///< by accessor
+    std::uint64_t m_budget;                           ///< elements that may still be looked at
 };
 
 } // namespace ov3d::renderer

@@ -1,5 +1,7 @@
 #include "viewer/renderer/import/gltfbuffers.h"
 
+#include <sys/stat.h>
+
 namespace ov3d::renderer {
 namespace {
 
@@ -36,20 +38,18 @@ std::string decodeBase64(std::string_view text)
     return bytes;
 }
 
-JsonValue elementAt(JsonValue array, std::uint64_t index)
+GltfBuffers::GltfBuffers(JsonValue buffers, std::string_view binary, const SideFiles& sideFiles)
+    : m_binary(binary)
+    , m_sideFiles(sideFiles)
 {
-    if (!array.isArray() || index >= array.size())
-        return {};
-    JsonValue element = array.first();
-    for (; index > 0; --index)
-        element = element.next();
-    return element;
+    if (buffers.isArray())
+        for (JsonValue buffer = buffers.first(); buffer; buffer = buffer.next())
+            m_buffers.push_back(buffer);
 }
 
 std::string_view GltfBuffers::at(std::uint64_t index)
 {
-    const JsonValue buffer = elementAt(m_buffers, index);
-    const JsonValue uri = buffer["uri"];
+    const JsonValue uri = index < m_buffers.size() ? m_buffers[index]["uri"] : JsonValue();
     if (!uri)
         return index == 0 ? m_binary : std::string_view();
     const auto [known, isNew] = m_loaded.try_emplace(index);
@@ -68,6 +68,15 @@ std::string_view GltfBuffers::at(std::uint64_t index)
     if (loaded.file.isOpen())
         return {reinterpret_cast<const char*>(loaded.file.data()), loaded.file.size()};
     return loaded.decoded;
+}
+
+std::optional<std::uint64_t> GltfBuffers::fileBytes(JsonValue address) const
+{
+    struct stat status = {};
+    const auto found = m_sideFiles.find(address.text());
+    if (!found || ::stat(found->absolute.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
 }
 
 } // namespace ov3d::renderer

@@ -7,8 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ov3d::renderer {
 
@@ -17,15 +19,13 @@ class GltfBuffers
 {
 public:
     /// All outlive this object.
-    GltfBuffers(JsonValue buffers, std::string_view binary, const SideFiles& sideFiles)
-        : m_buffers(buffers)
-        , m_binary(binary)
-        , m_sideFiles(sideFiles)
-    {
-    }
+    GltfBuffers(JsonValue buffers, std::string_view binary, const SideFiles& sideFiles);
 
     /// @return the bytes, or nothing when they cannot be had.
     std::string_view at(std::uint64_t index);
+
+    /// @return the size of the file at that address, or nothing where there is none. Nothing is opened.
+    [[nodiscard]] std::optional<std::uint64_t> fileBytes(JsonValue address) const;
 
 private:
     struct Buffer
@@ -34,14 +34,11 @@ private:
         std::string decoded;
     };
 
-    JsonValue m_buffers;
+    std::vector<JsonValue> m_buffers;
     std::string_view m_binary;
     const SideFiles& m_sideFiles;
     std::map<std::uint64_t, Buffer> m_loaded;
 };
-
-/// @return element `index` of an array, or none. One step an element: use a table for many.
-JsonValue elementAt(JsonValue array, std::uint64_t index);
 
 /// @return the bytes of a base64 text; what is no digit of it is skipped.
 std::string decodeBase64(std::string_view text);

@@ -96,9 +96,29 @@ std::string checkImages(JsonValue root, const GltfAccessors& accessors)
     return reason;
 }
 
-std::vector<std::string_view> hiddenMembers(JsonValue root)
+/// Readers take the first bone of a skeleton without a look at how many there are.
+void hideEmptySkins(JsonValue root, std::vector<std::string_view>& hidden, std::vector<std::string>& notes)
+{
+    std::vector<bool> isEmpty;
+    for (JsonValue skin = root["skins"].first(); skin; skin = skin.next())
+        isEmpty.push_back(skin["joints"].size() == 0);
+    const std::size_t before = hidden.size();
+    for (JsonValue node = root["nodes"].first(); node; node = node.next()) {
+        const std::uint64_t skin = node["skin"].index(isEmpty.size());
+        if (skin >= isEmpty.size() || !isEmpty[skin])
+            continue;
+        for (JsonValue member = node.first(); member; member = member.next())
+            if (member.name() == "skin")
+                hidden.push_back(member.rawName());
+    }
+    if (hidden.size() > before)
+        notes.emplace_back("a skeleton without bones is not followed");
+}
+
+std::vector<std::string_view> hiddenMembers(JsonValue root, std::vector<std::string>& notes)
 {
     std::vector<std::string_view> hidden;
+    hideEmptySkins(root, hidden, notes);
     for (JsonValue member = root.first(); member; member = member.next())
         if (member.name() == "animations")
             hidden.push_back(member.rawName());
@@ -133,8 +153,12 @@ GltfCheck checkGltf(std::string_view json, std::string_view binary, const SideFi
         result.reason = checkImages(root, accessors);
     if (!result.reason.empty())
         return result;
-    result.hidden = hiddenMembers(root);
-    result.json = withFloats(json, root, accessors, result.hidden);
+    result.hidden = hiddenMembers(root, result.notes);
+    result.json = rewrittenGltf(json, root, accessors, result.hidden);
+    const JsonValue first = root["buffers"].first();
+    const JsonValue address = first["uri"];
+    result.first_buffer_is_elsewhere = (address && (binary.empty() || address.rawText().substr(0, 5) == "data:")) ||
+                                       (!first && !result.json.empty());
     return result;
 }
 

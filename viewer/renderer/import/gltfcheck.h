@@ -13,6 +13,14 @@ namespace ov3d::renderer {
 inline constexpr int kMaxNodeDepth = 1000;
 /// Most elements of an accessor.
 inline constexpr std::uint64_t kMaxAccessorElements = 200'000'000;
+/// Most elements that the check looks at, those that accessors share counted with each of them.
+inline constexpr std::uint64_t kMaxCheckedElements = 1'000'000'000;
+/// Most corners of all meshes, those of accessors that meshes share counted with each of them.
+inline constexpr std::uint64_t kMaxGltfCorners = 200'000'000;
+/// Most bones of a skeleton: vertices name them by 16 bits.
+inline constexpr std::size_t kMaxBones = 65'536;
+
+inline constexpr const char* kTooManyElements = "claims more elements than allowed";
 
 struct GltfCheck
 {
@@ -22,6 +30,8 @@ struct GltfCheck
     std::vector<std::string_view> hidden;
     /// The text that importers are to read instead, with `hidden` applied; empty when the file's own will do.
     std::string json;
+    /// Whether a GLB's first buffer is not its binary part.
+    bool first_buffer_is_elsewhere = false;
 };
 
 /// Checks what Assimp takes on trust in a glTF 2.0: that views lie in their buffers and accessors in their views, that

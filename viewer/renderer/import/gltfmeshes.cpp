@@ -1,5 +1,6 @@
 #include "viewer/renderer/import/gltfmeshes.h"
 
+#include "viewer/renderer/import/gltfcheck.h"
 #include "viewer/renderer/import/gltfnumbers.h"
 
 #include <algorithm>
@@ -82,6 +83,7 @@ bool isShortStrip(std::uint64_t mode, std::uint64_t corners)
 /// What the parts of a mesh ask for.
 struct Demands
 {
+    std::uint64_t corners = 0;
     std::uint64_t largest_joint = 0;
     bool unknown_corners = false; ///< faces whose corners do not exist, which importers leave out
 };
@@ -103,7 +105,7 @@ std::string checkPrimitive(JsonValue primitive, GltfAccessors& accessors, Demand
         if (std::string reason = checkAttribute(name, *accessor, position->count); !reason.empty())
             return reason;
         if (beginsWith(name, "JOINTS_"))
-            demands.largest_joint = std::max(demands.largest_joint, accessors.largest(*accessor));
+            demands.largest_joint = std::max(demands.largest_joint, accessors.largest(attribute));
     }
     if (const JsonValue draco = primitive["extensions"]["KHR_draco_mesh_compression"])
         if (std::string reason = accessors.faultOfView(draco["bufferView"]); !reason.empty())
@@ -116,9 +118,11 @@ std::string checkPrimitive(JsonValue primitive, GltfAccessors& accessors, Demand
         return index->fault;
     if (index != nullptr && (index->components != 1 || index->component_type == GltfAccessors::kFloat))
         return "is damaged: the corners of a mesh are no whole numbers";
-    if (isShortStrip(primitive["mode"].index(kTriangles), index != nullptr ? index->count : position->count))
+    const std::uint64_t corners = index != nullptr ? index->count : position->count;
+    demands.corners += corners;
+    if (isShortStrip(primitive["mode"].index(kTriangles), corners))
         return "is damaged: a strip has too few corners";
-    if (index != nullptr && index->count > 0 && accessors.largest(*index) >= position->count)
+    if (index != nullptr && index->count > 0 && accessors.largest(indices) >= position->count)
         demands.unknown_corners = true;
     return checkTargets(primitive["targets"], accessors, position->count);
 }
@@ -132,6 +136,8 @@ std::string checkSkins(JsonValue root, const GltfAccessors& accessors, std::vect
         for (JsonValue bone = bones.first(); bone; bone = bone.next())
             if (bone.index(kNone) >= nodes)
                 return "is damaged: a skeleton names a bone that does not exist";
+        if (bones.size() > kMaxBones)
+            return "has a skeleton of more bones than allowed";
         const JsonValue matrices = skin["inverseBindMatrices"];
         const Accessor* accessor = accessors.at(matrices);
         if (accessor != nullptr && !accessor->fault.empty())
@@ -150,10 +156,14 @@ std::string checkGltfMeshes(JsonValue root, GltfAccessors& accessors, std::vecto
     std::vector<std::uint64_t> joints;
     std::string reason = checkSkins(root, accessors, joints);
     std::vector<Demands> meshes;
+    std::uint64_t corners = 0;
     for (JsonValue mesh = root["meshes"].first(); mesh && reason.empty(); mesh = mesh.next()) {
         meshes.emplace_back();
         for (JsonValue part = mesh["primitives"].first(); part && reason.empty(); part = part.next())
             reason = checkPrimitive(part, accessors, meshes.back());
+        corners += meshes.back().corners;
+        if (reason.empty() && (corners > kMaxGltfCorners || accessors.isExhausted()))
+            reason = kTooManyElements;
     }
     for (JsonValue node = root["nodes"].first(); node && reason.empty(); node = node.next()) {
         const std::uint64_t mesh = node["mesh"].index(kNone);
@@ -162,7 +172,7 @@ std::string checkGltfMeshes(JsonValue root, GltfAccessors& accessors, std::vecto
             reason = "is damaged: a node names a mesh that does not exist";
         else if (node["skin"] && skin >= joints.size())
             reason = "is damaged: a node names a skeleton that does not exist";
-        else if (node["mesh"] && node["skin"] && meshes[mesh].largest_joint > 0 &&
+        else if (node["mesh"] && node["skin"] && joints[skin] > 0 &&
                  meshes[mesh].largest_joint >= joints[skin])
             reason = "is damaged: a vertex hangs on a bone that does not exist";
     }

@@ -41,6 +41,9 @@ public:
         : m_json(json)
         , m_root(root)
         , m_accessors(accessors)
+        , m_oldAccessors(root["accessors"].size())
+        , m_oldViews(root["bufferViews"].size())
+        , m_oldBuffers(root["buffers"].size())
     {
     }
 
@@ -49,34 +52,63 @@ public:
 private:
     void redirect(JsonValue attributes);
     std::size_t converted(JsonValue index);
+    void addMatrices();
+    std::size_t add(const std::vector<float>& numbers, std::uint64_t count, const std::string& type);
+    void insert(JsonValue object, const std::string& members);
     void append(const char* list, const std::string& elements);
     std::string apply();
 
     std::string_view m_json;
     JsonValue m_root;
     GltfAccessors& m_accessors;
+    const std::size_t m_oldAccessors, m_oldViews, m_oldBuffers;
     std::map<std::uint64_t, std::size_t> m_converted; ///< new index by old one
-    std::string m_newAccessors, m_newViews, m_newBuffers;
+    std::size_t m_added = 0;
+    std::string m_newAccessors, m_newViews, m_newBuffers, m_newMembers;
     std::vector<Edit> m_edits;
 };
 
+/// @return index of the new accessor.
+std::size_t Rewriter::add(const std::vector<float>& numbers, std::uint64_t count, const std::string& type)
+{
+    const std::string bytes(reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(float));
+    const std::string length = "{\"byteLength\":" + std::to_string(bytes.size());
+    const std::string comma = m_added > 0 ? "," : "";
+    m_newBuffers += comma + length + ",\"uri\":\"data:application/octet-stream;base64," + encodeBase64(bytes) + "\"}";
+    m_newViews += comma + length + ",\"buffer\":" + std::to_string(m_oldBuffers + m_added) + "}";
+    m_newAccessors += comma + "{\"bufferView\":" + std::to_string(m_oldViews + m_added) +
+                      ",\"componentType\":5126,\"count\":" + std::to_string(count) + ",\"type\":\"" + type + "\"}";
+    return m_oldAccessors + m_added++;
+}
+
 std::size_t Rewriter::converted(JsonValue index)
 {
-    const auto [known, isNew] =
-        m_converted.try_emplace(index.index(0), m_root["accessors"].size() + m_converted.size());
+    const auto [known, isNew] = m_converted.try_emplace(index.index(0), 0);
     if (isNew) {
         const GltfAccessors::Accessor& accessor = *m_accessors.at(index);
-        const std::vector<float> numbers = m_accessors.floats(accessor);
-        const std::string bytes(reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(float));
-        const std::size_t number = m_converted.size() - 1;
-        const std::string length = "{\"byteLength\":" + std::to_string(bytes.size());
-        m_newBuffers += "," + length + ",\"uri\":\"data:application/octet-stream;base64," + encodeBase64(bytes) + "\"}";
-        m_newViews += "," + length + ",\"buffer\":" + std::to_string(m_root["buffers"].size() + number) + "}";
-        m_newAccessors += ",{\"bufferView\":" + std::to_string(m_root["bufferViews"].size() + number) +
-                          ",\"componentType\":5126,\"count\":" + std::to_string(accessor.count) + ",\"type\":\"VEC" +
-                          std::to_string(accessor.components) + "\"}";
+        known->second = add(m_accessors.floats(accessor), accessor.count, "VEC" + std::to_string(accessor.components));
     }
     return known->second;
+}
+
+/// One list of identity matrices serves all skeletons that have none of their own.
+void Rewriter::addMatrices()
+{
+    std::vector<JsonValue> skins;
+    std::size_t bones = 0;
+    for (JsonValue skin = m_root["skins"].first(); skin; skin = skin.next())
+        if (skin.isObject() && !skin["inverseBindMatrices"] && skin["joints"].size() > 0) {
+            skins.push_back(skin);
+            bones = std::max(bones, skin["joints"].size());
+        }
+    if (skins.empty())
+        return;
+    std::vector<float> numbers(bones * 16, 0.0f);
+    for (std::size_t i = 0; i < numbers.size(); i += i % 16 == 15 ? 1 : 5)
+        numbers[i] = 1.0f;
+    const std::size_t accessor = add(numbers, bones, "MAT4");
+    for (const JsonValue skin : skins)
+        insert(skin, "\"inverseBindMatrices\":" + std::to_string(accessor) + ",");
 }
 
 void Rewriter::redirect(JsonValue attributes)
@@ -88,10 +120,20 @@ void Rewriter::redirect(JsonValue attributes)
     }
 }
 
+/// Members come first in their object, and before others of the same names.
+void Rewriter::insert(JsonValue object, const std::string& members)
+{
+    m_edits.push_back({object.span().substr(0, 1), "{" + members});
+}
+
 void Rewriter::append(const char* list, const std::string& elements)
 {
-    const std::string_view span = m_root[list].span();
-    m_edits.push_back({span.substr(span.size() - 1), elements + "]"});
+    const JsonValue old = m_root[list];
+    const std::string_view span = old.span();
+    if (!old)
+        m_newMembers += "\"" + std::string(list) + "\":[" + elements + "],";
+    else
+        m_edits.push_back({span.substr(span.size() - 1), (old.size() > 0 ? "," : "") + elements + "]"});
 }
 
 std::string Rewriter::run(const std::vector<std::string_view>& hidden)
@@ -104,11 +146,14 @@ std::string Rewriter::run(const std::vector<std::string_view>& hidden)
             for (JsonValue target = part["targets"].first(); target; target = target.next())
                 redirect(target);
         }
+    addMatrices();
     if (m_edits.empty())
         return {};
     append("accessors", m_newAccessors);
     append("bufferViews", m_newViews);
     append("buffers", m_newBuffers);
+    if (!m_newMembers.empty())
+        insert(m_root, m_newMembers);
     for (const std::string_view name : hidden)
         m_edits.push_back({name, "-"});
     return apply();
@@ -135,8 +180,8 @@ bool isConvertible(const GltfAccessors::Accessor& accessor)
            accessor.fault.empty() && (accessor.components == 2 || accessor.components == 3);
 }
 
-std::string withFloats(std::string_view json, JsonValue root, GltfAccessors& accessors,
-                       const std::vector<std::string_view>& hidden)
+std::string rewrittenGltf(std::string_view json, JsonValue root, GltfAccessors& accessors,
+                          const std::vector<std::string_view>& hidden)
 {
     return Rewriter(json, root, accessors).run(hidden);
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <assimp/IOStream.hpp>
 #include <cstring>
+#include <set>
+#include <utility>
 
 namespace ov3d::renderer {
 namespace {
@@ -97,6 +99,8 @@ Assimp::IOStream* SandboxedFiles::Open(const char* name, const char* mode)
     if (name == m_modelName)
         return new BytesStream(m_model, m_isText);
 
+    if (!m_libraries.empty())
+        return openLibraries(std::exchange(m_libraries, {}));
     const std::string named = asTheModelNamesIt(name);
     // A guess of Assimp's is not the model's wish: it counts only when it is there.
     if (named == m_fallbackLibrary && !m_sideFiles.missing().empty() && !m_sideFiles.find(named))
@@ -107,6 +111,23 @@ Assimp::IOStream* SandboxedFiles::Open(const char* name, const char* mode)
     if (!found || !bytes.open(found->absolute, reason))
         return nullptr;
     return new BytesStream(std::move(bytes), m_isObj);
+}
+
+Assimp::IOStream* SandboxedFiles::openLibraries(const std::vector<std::string>& names)
+{
+    std::string text;
+    std::set<std::string> opened;
+    for (const std::string& name : names) {
+        const auto found = m_sideFiles.require(name);
+        FileBytes bytes;
+        std::string reason;
+        if (found && opened.insert(found->absolute).second && bytes.open(found->absolute, reason))
+            text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()).append("\n");
+    }
+    FileBytes together;
+    if (text.empty() || !together.assign(text))
+        return nullptr;
+    return new BytesStream(std::move(together), m_isObj);
 }
 
 void SandboxedFiles::Close(Assimp::IOStream* stream)

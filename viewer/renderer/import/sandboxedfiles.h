@@ -5,6 +5,8 @@
 
 #include <assimp/IOSystem.hpp>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace ov3d::renderer {
 
@@ -17,6 +19,9 @@ public:
     /// @param suffix     what Assimp is to choose its importer by, without a dot.
     SandboxedFiles(const FileBytes& model, SideFiles& sideFiles, const std::string& stem, const std::string& suffix);
 
+    /// What the model's first material library is to hold: all of these, one behind the other. Before the import.
+    void setLibraries(std::vector<std::string> names) { m_libraries = std::move(names); }
+
     /// The name under which Assimp opens the model.
     [[nodiscard]] const std::string& modelName() const { return m_modelName; }
 
@@ -28,12 +33,14 @@ public:
 
 private:
     [[nodiscard]] std::string asTheModelNamesIt(const std::string& name) const;
+    Assimp::IOStream* openLibraries(const std::vector<std::string>& names);
 
     const FileBytes& m_model;
     SideFiles& m_sideFiles;
     std::string m_modelName;
     bool m_isObj = false;
-    bool m_isText = false;         ///< of a kind whose reader stumbles over a byte order mark
+    bool m_isText = false; ///< of a kind whose reader stumbles over a byte order mark
+    std::vector<std::string> m_libraries;
     std::string m_fallbackLibrary; ///< what Assimp's OBJ reader tries after a missing material library
 };
 

@@ -144,12 +144,6 @@ std::vector<std::pair<std::string, unsigned char>> sortedEntries(const std::stri
     return entries;
 }
 
-void addOnce(std::vector<std::string>& list, const std::string& text)
-{
-    if (std::find(list.begin(), list.end(), text) == list.end())
-        list.push_back(text);
-}
-
 } // namespace
 
 SideFiles::SideFiles(const std::string& modelPath)
@@ -157,6 +151,7 @@ SideFiles::SideFiles(const std::string& modelPath)
     const std::size_t slash = modelPath.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : modelPath.substr(0, slash);
     m_folder = canonicalPath(folder);
+    m_isUsable = !m_folder.empty();
     if (m_folder == "/")
         m_folder.clear();
 }
@@ -213,6 +208,8 @@ std::optional<SideFiles::Found> SideFiles::byBaseName(const std::string& name) c
 
 std::optional<SideFiles::Found> SideFiles::find(const std::string& name) const
 {
+    if (!m_isUsable)
+        return std::nullopt;
     const std::vector<std::string> tried = spellings(name);
     for (const std::string& spelling : tried) {
         if (isAbsolute(spelling))
@@ -230,10 +227,10 @@ std::optional<SideFiles::Found> SideFiles::find(const std::string& name) const
 std::optional<SideFiles::Found> SideFiles::require(const std::string& name)
 {
     auto found = find(name);
-    if (found)
-        addOnce(m_files, found->relative);
-    else
-        addOnce(m_missing, name);
+    if (found && m_knownFiles.insert(found->relative).second)
+        m_files.push_back(found->relative);
+    if (!found && m_knownMissing.insert(name).second && m_missing.size() < kMaxNamedMissing)
+        m_missing.push_back(name);
     return found;
 }
 

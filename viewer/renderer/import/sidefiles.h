@@ -1,11 +1,16 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace ov3d::renderer {
+
+/// Most files that are called missing by their names.
+inline constexpr std::size_t kMaxNamedMissing = 1000;
 
 /// Finds the files that a model names, inside the model's folder and nowhere else, and keeps account of them.
 ///
@@ -31,7 +36,10 @@ public:
     std::optional<Found> require(const std::string& name);
 
     [[nodiscard]] const std::vector<std::string>& files() const { return m_files; }
+    /// At most kMaxNamedMissing.
     [[nodiscard]] const std::vector<std::string>& missing() const { return m_missing; }
+    /// How many more are missing.
+    [[nodiscard]] std::size_t unnamedMissing() const { return m_knownMissing.size() - m_missing.size(); }
 
 private:
     struct Entry
@@ -45,9 +53,11 @@ private:
     [[nodiscard]] bool isInside(const std::string& canonical) const;
     void buildIndex() const;
 
-    std::string m_folder; ///< canonical, no slash at the end; empty when the folder cannot be found
+    std::string m_folder;    ///< canonical, no slash at the end
+    bool m_isUsable = false; ///< whether the folder can be found
     std::vector<std::string> m_files;
     std::vector<std::string> m_missing;
+    std::set<std::string> m_knownFiles, m_knownMissing;
 
     // Made at the first search, since most models need none.
     mutable bool m_indexed = false;

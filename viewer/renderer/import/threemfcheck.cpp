@@ -6,8 +6,12 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <charconv>
+#include <cmath>
+#include <limits>
 #include <optional>
 #include <set>
+#include <system_error>
 #include <utility>
 
 namespace ov3d::renderer {
@@ -56,12 +60,72 @@ std::optional<std::string> sourceOfRelations(const std::string& name)
     return name.substr(0, at) + name.substr(begin, name.size() - begin - suffix.size());
 }
 
-/// A relation's target, relative to the folder of its source unless it begins with a slash.
-std::string resolved(const std::string& source, std::string_view target)
+std::string withoutPercentEscapes(std::string_view text)
 {
-    if (target.substr(0, 1) == "/")
-        return std::string(target.substr(1));
-    return source.substr(0, source.rfind('/') + 1) + std::string(target);
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        unsigned char byte = 0;
+        const char* digits = text.data() + i + 1;
+        if (text[i] == '%' && text.size() - i > 2 && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
+            plain += static_cast<char>(byte);
+            i += 2;
+        } else
+            plain += text[i];
+    }
+    return plain;
+}
+
+/// Folds "." and ".."; nothing leads out of the package.
+std::string folded(std::string_view path)
+{
+    std::vector<std::string_view> parts;
+    while (!path.empty()) {
+        const std::string_view part = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(part.size() + 1, path.size()));
+        if (part == ".." && !parts.empty())
+            parts.pop_back();
+        else if (!part.empty() && part != "." && part != "..")
+            parts.push_back(part);
+    }
+    std::string joined;
+    for (const std::string_view part : parts)
+        (joined += joined.empty() ? "" : "/") += part;
+    return joined;
+}
+
+/// The part that a relation leads to: relative to the folder of its source unless its target begins with a slash. Names
+/// in the package may have percent escapes of their own.
+const ZipPackage::Entry* targetOf(const ZipPackage& package, const std::string& source, std::string_view target)
+{
+    std::string path = target.substr(0, 1) == "/" ? "" : source.substr(0, source.rfind('/') + 1);
+    path += target;
+    const ZipPackage::Entry* asItStands = package.find(folded(path));
+    return asItStands != nullptr ? asItStands : package.find(folded(withoutPercentEscapes(path)));
+}
+
+/// @return the number of an object, or nothing for what readers may take for another number than it looks.
+std::optional<std::uint32_t> objectNumber(std::string_view text)
+{
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
+/// @return whether a text is a number, the special ones among them; larger than any float counts as one too.
+bool isNumber(std::string_view text)
+{
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    if (text.size() > 1 && text.front() == '+')
+        text.remove_prefix(1);
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error != std::errc::invalid_argument && end == text.data() + text.size();
 }
 
 class Checker
@@ -80,6 +144,10 @@ private:
     bool scan(const ZipPackage::Entry& entry, const std::function<void(const XmlTag&)>& use);
     bool scanRelations();
     bool scanModel(const ZipPackage::Entry& entry);
+    ComponentGraph::Name objectOf(const XmlTag& tag, std::string_view number, const std::string& part);
+    void useTag(const XmlTag& tag, const std::string& part);
+    void checkCorner(const XmlTag& vertex);
+    void noteTransform(const XmlTag& tag);
     void noteOnce(const std::string& note);
     void noteExtensions(const XmlTag& model);
 
@@ -87,6 +155,7 @@ private:
     std::size_t m_size;
     ZipPackage& m_package;
     ComponentGraph m_graph;
+    std::string m_fault; ///< of what the XML says
     ThreeMfCheck m_result;
 };
 
@@ -128,8 +197,7 @@ bool Checker::scanRelations()
             if (tag.name != "Relationship" || !endsWith(tag.value("Type"), kModelRelation))
                 return;
             isNamed = isNamed || source->empty();
-            const std::string target = resolved(*source, tag.value("Target"));
-            const ZipPackage::Entry* part = m_package.find(target);
+            const ZipPackage::Entry* part = targetOf(m_package, *source, tag.value("Target"));
             if (part != nullptr && m_result.relations.size() <= kMaxThreeMfRelations)
                 m_result.relations.push_back({*source, part->name});
         };
@@ -156,40 +224,89 @@ void Checker::noteOnce(const std::string& note)
 void Checker::noteExtensions(const XmlTag& model)
 {
     std::string_view rest = model.value("requiredextensions");
-    while (!rest.empty()) {
+    for (int i = 0; i < kMaxRequiredExtensions && !rest.empty(); ++i) {
         const std::size_t blank = std::min(rest.find(' '), rest.size());
         const std::string_view prefix = rest.substr(0, blank);
         rest.remove_prefix(std::min(blank + 1, rest.size()));
-        const std::string_view address = model.value(prefix);
+        const std::string_view address = model.value("xmlns:" + std::string(prefix));
         if (!address.empty() &&
             std::find(kReadExtensions.begin(), kReadExtensions.end(), address) == kReadExtensions.end())
             noteOnce("the extension " + std::string(address.substr(0, 120)) + " is not read");
     }
 }
 
+/// The reader takes for 0 what is no number.
+void Checker::checkCorner(const XmlTag& vertex)
+{
+    for (const std::string_view axis : {"x", "y", "z"})
+        if (!isNumber(vertex.value(axis)))
+            m_fault = "holds something else where a number belongs";
+}
+
+/// The reader does without a transformation that it cannot hold, and does not say so.
+void Checker::noteTransform(const XmlTag& tag)
+{
+    std::string_view rest = tag.value("transform");
+    while (!rest.empty()) {
+        const std::string_view word = rest.substr(0, rest.find(' '));
+        rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+        double number = 0;
+        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+        if (error == std::errc::result_out_of_range || !(std::abs(number) <= std::numeric_limits<float>::max()))
+            noteOnce("a transformation beyond all bounds is not followed");
+    }
+}
+
+/// @param number name of the attribute.
+/// @return the object that a tag defines or names. A name that readers might take for another one is a fault.
+ComponentGraph::Name Checker::objectOf(const XmlTag& tag, std::string_view number, const std::string& part)
+{
+    const std::string_view path = tag.value("path");
+    const std::optional<std::uint32_t> id = objectNumber(tag.value(number));
+    if (!id || tag.count("path") > 1)
+        m_fault = "is damaged: an object has no valid number";
+    return {path.empty() || number == "id" ? part : partName(path), id.value_or(0)};
+}
+
+void Checker::useTag(const XmlTag& tag, const std::string& part)
+{
+    if (tag.name == "object")
+        m_graph.addObject(objectOf(tag, "id", part));
+    else if (tag.name == "component")
+        m_graph.addComponent(objectOf(tag, "objectid", part));
+    else if (tag.name == "item")
+        m_graph.addPlacement(objectOf(tag, "objectid", part));
+    if (tag.name == "component" || tag.name == "item")
+        noteTransform(tag);
+}
+
 bool Checker::scanModel(const ZipPackage::Entry& entry)
 {
     const std::string part = partName(entry.name);
-    const auto reference = [&part](const XmlTag& tag) {
-        const std::string_view path = tag.value("path");
-        return ComponentGraph::Name{path.empty() ? part : partName(path), std::string(tag.value("objectid"))};
-    };
-    return scan(entry, [&](const XmlTag& tag) {
+    bool inMesh = false;
+    std::optional<std::string> ownPrefix; // of the name space of models, as the outermost tag has it
+    const bool isSound = scan(entry, [&](const XmlTag& tag) {
+        if (!ownPrefix) {
+            ownPrefix = std::string(tag.prefix);
+            noteExtensions(tag);
+        }
+        // Extensions have elements of the same names that mean something else.
+        const bool isOwn = tag.prefix == *ownPrefix;
+        if (isOwn && tag.name == "mesh")
+            inMesh = !tag.closing && !tag.empty;
         if (tag.closing)
             return;
-        if (tag.name == "object")
-            m_graph.addObject({part, std::string(tag.value("id"))});
-        else if (tag.name == "component")
-            m_graph.addComponent(reference(tag));
-        else if (tag.name == "item")
-            m_graph.addPlacement(reference(tag));
-        else if (tag.name == "model")
-            noteExtensions(tag);
-        else
-            for (const auto& [element, note] : kIgnoredElements)
-                if (tag.name == element)
-                    noteOnce(std::string(note));
+        if (isOwn && inMesh && tag.name == "vertex")
+            checkCorner(tag);
+        else if (isOwn)
+            useTag(tag, part);
+        for (const auto& [element, note] : kIgnoredElements)
+            if (tag.name == element)
+                noteOnce(std::string(note));
     });
+    if (isSound)
+        m_result.reason = m_fault;
+    return m_result.reason.empty();
 }
 
 } // namespace

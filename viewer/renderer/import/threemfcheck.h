@@ -16,6 +16,13 @@ inline constexpr std::size_t kMaxThreeMfRelations = 20'000;
 inline constexpr int kMaxComponentDepth = 100;
 /// Most placements of objects, those within components counted with each of their places.
 inline constexpr std::uint64_t kMaxPlacedObjects = 500'000;
+/// Most triangles, each counted with each of its places.
+inline constexpr std::uint64_t kMaxPlacedTriangles = 20'000'000;
+/// Most name spaces that a model calls indispensable.
+inline constexpr int kMaxRequiredExtensions = 64;
+
+inline constexpr const char* kRepeatsTooOften = "repeats its objects too often";
+inline constexpr const char* kNestsTooDeeply = "nests its components too deeply";
 
 struct ThreeMfCheck
 {

@@ -53,15 +53,17 @@ public:
     {
     }
 
-    /// Objects contain each other no deeper than the check allows.
-    void place(void** object, const Matrix& place)
+    /// Stops at the bounds of the check, should the reader see more in a file than the check did.
+    void place(void** object, const Matrix& place, int depth = 0)
     {
+        if (!mayPlace(depth))
+            return;
         if (threemf::value<BOOL>(0, NMR::lib3mf_object_ismeshobject, object)) {
             placeMesh(object, place);
             return;
         }
         const auto count = threemf::value<DWORD>(0, NMR::lib3mf_componentsobject_getcomponentcount, object);
-        for (DWORD i = 0; i < count; ++i) {
+        for (DWORD i = 0; i < count && m_reason.empty(); ++i) {
             const Handle component = threemf::get(NMR::lib3mf_componentsobject_getcomponent, object, i);
             const Handle inner =
                 component ? threemf::get(NMR::lib3mf_component_getobjectresource, component.get()) : Handle();
@@ -70,9 +72,12 @@ public:
                 continue;
             const bool moved = threemf::value<BOOL>(0, NMR::lib3mf_component_hastransform, component.get()) &&
                                NMR::lib3mf_component_gettransform(component.get(), &transform) == 0;
-            this->place(inner.get(), moved ? place * threemf::toMatrix(transform) : place);
+            this->place(inner.get(), moved ? place * threemf::toMatrix(transform) : place, depth + 1);
         }
     }
+
+    /// Why no more may be placed; usually empty.
+    [[nodiscard]] const std::string& reason() const { return m_reason; }
 
     void finish(ModelData& model)
     {
@@ -83,6 +88,15 @@ public:
     }
 
 private:
+    bool mayPlace(int depth)
+    {
+        if (depth > kMaxComponentDepth)
+            m_reason = kNestsTooDeeply;
+        else if (++m_placed > kMaxPlacedObjects)
+            m_reason = kRepeatsTooOften;
+        return m_reason.empty();
+    }
+
     void placeMesh(void** object, const Matrix& place)
     {
         const auto [at, isNew] = m_known.try_emplace(threemf::resourceId(object));
@@ -95,8 +109,12 @@ private:
         }
         if (!place.isFinite())
             return;
-        for (std::size_t mesh = at->second.first; mesh < at->second.second; ++mesh)
+        for (std::size_t mesh = at->second.first; mesh < at->second.second; ++mesh) {
+            m_triangles += m_meshes[mesh].indices.size() / 3;
             m_instances.push_back({mesh, place});
+        }
+        if (m_triangles > kMaxPlacedTriangles)
+            m_reason = kRepeatsTooOften;
     }
 
     ThreeMfMaterials& m_materials;
@@ -106,6 +124,9 @@ private:
     std::vector<MeshData> m_meshes;
     std::vector<MeshInstance> m_instances;
     std::uint64_t m_dropped = 0;
+    std::uint64_t m_placed = 0;
+    std::uint64_t m_triangles = 0;
+    std::string m_reason;
 };
 
 std::size_t countMeshObjects(void** model)
@@ -122,7 +143,8 @@ void placeBuild(void** model, Placer& placer)
 {
     const Handle items = threemf::get(NMR::lib3mf_model_getbuilditems, model);
     BOOL more = 0;
-    while (items && NMR::lib3mf_builditemiterator_movenext(items.get(), &more) == 0 && more) {
+    while (items && placer.reason().empty() && NMR::lib3mf_builditemiterator_movenext(items.get(), &more) == 0 &&
+           more) {
         const Handle item = threemf::get(NMR::lib3mf_builditemiterator_getcurrent, items.get());
         const Handle object = item ? threemf::get(NMR::lib3mf_builditem_getobjectresource, item.get()) : Handle();
         NMR::MODELTRANSFORM transform = {};
@@ -174,6 +196,10 @@ ImportResult ThreeMfImporter::read(const ImportRequest& request)
     ThreeMfMaterials materials(model.get(), package, request, result.model);
     Placer placer(materials, countMeshObjects(model.get()), request.progress);
     placeBuild(model.get(), placer);
+    if (!placer.reason().empty()) {
+        result.reason = placer.reason();
+        return result;
+    }
     placer.finish(result.model);
     result.ok = !result.model.meshes.empty();
     if (!result.ok)

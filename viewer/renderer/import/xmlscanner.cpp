@@ -16,15 +16,14 @@ std::string_view withoutPrefix(std::string_view name)
     return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
-} // namespace
-
-std::string_view XmlTag::value(std::string_view attribute) const
+/// Calls use(name, content) for each attribute, in order, until it returns false.
+template <typename Use> void forEachAttribute(std::string_view attributes, Use use)
 {
     std::size_t at = 0;
     while (at < attributes.size()) {
         const std::size_t equals = attributes.find('=', at);
         if (equals == std::string_view::npos)
-            return {};
+            return;
         std::size_t begin = at;
         while (begin < equals && isBlank(attributes[begin]))
             ++begin;
@@ -33,15 +32,42 @@ std::string_view XmlTag::value(std::string_view attribute) const
             --end;
         const std::size_t quote = attributes.find_first_of("\"'", equals);
         if (quote == std::string_view::npos)
-            return {};
+            return;
         const std::size_t close = attributes.find(attributes[quote], quote + 1);
         if (close == std::string_view::npos)
-            return {};
-        if (withoutPrefix(attributes.substr(begin, end - begin)) == attribute)
-            return attributes.substr(quote + 1, close - quote - 1);
+            return;
+        if (!use(attributes.substr(begin, end - begin), attributes.substr(quote + 1, close - quote - 1)))
+            return;
         at = close + 1;
     }
-    return {};
+}
+
+} // namespace
+
+std::string_view XmlTag::value(std::string_view attribute) const
+{
+    std::string_view prefixed;
+    std::string_view own;
+    bool found = false;
+    forEachAttribute(attributes, [&](std::string_view full, std::string_view content) {
+        found = full == attribute;
+        if (found)
+            own = content;
+        else if (prefixed.data() == nullptr && withoutPrefix(full) == attribute)
+            prefixed = content;
+        return !found;
+    });
+    return found ? own : prefixed;
+}
+
+std::size_t XmlTag::count(std::string_view attribute) const
+{
+    std::size_t count = 0;
+    forEachAttribute(attributes, [&](std::string_view full, std::string_view) {
+        count += withoutPrefix(full) == attribute ? 1 : 0;
+        return true;
+    });
+    return count;
 }
 
 bool XmlScanner::fail(const char* reason)
@@ -85,7 +111,11 @@ bool XmlScanner::endOfTag()
         text.remove_suffix(1);
     const auto end = std::find_if(text.begin(), text.end(), isBlank);
     const auto nameBytes = static_cast<std::size_t>(end - text.begin());
-    tag.name = withoutPrefix(text.substr(0, nameBytes));
+    const std::string_view fullName = text.substr(0, nameBytes);
+    tag.name = withoutPrefix(fullName);
+    tag.prefix = fullName.substr(0, fullName.size() - tag.name.size());
+    if (!tag.prefix.empty())
+        tag.prefix.remove_suffix(1);
     tag.attributes = text.substr(nameBytes);
     if (tag.name.empty())
         return fail("is not valid XML");

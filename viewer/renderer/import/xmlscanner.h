@@ -15,13 +15,18 @@ inline constexpr std::size_t kMaxXmlTagBytes = 64 * 1024;
 /// A tag of an XML text. Views live as long as the call that hands them over.
 struct XmlTag
 {
-    std::string_view name; ///< without the prefix of its name space
+    std::string_view name;   ///< without the prefix of its name space
+    std::string_view prefix; ///< of its name space, usually empty
     std::string_view attributes;
     bool closing = false; ///< </name>
     bool empty = false;   ///< <name/>
 
-    /// @param attribute without prefix. @return its value as it stands in the text, or an empty one.
+    /// @param attribute without prefix. @return its value as it stands in the text, or an empty one. Where it stands
+    /// several times, the one without a prefix counts.
     [[nodiscard]] std::string_view value(std::string_view attribute) const;
+
+    /// @return how many attributes have that name, whatever their prefixes.
+    [[nodiscard]] std::size_t count(std::string_view attribute) const;
 };
 
 /// Walks through the tags of an XML text that arrives in pieces, and refuses what no model needs and readers stumble
