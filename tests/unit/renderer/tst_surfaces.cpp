@@ -121,6 +121,7 @@ private Q_SLOTS:
     void depthFallsFromFrontToBack();
     void clayHidesTextures();
     void presetsAreToldApart();
+    void glassCoversWhatPlasticCovers();
     void plasticTakesTheSettingsColour();
     void redGlassIsRedOnAnyPage();
     void settingsChangeThePictureAndBack();
@@ -311,6 +312,18 @@ void SurfacesTest::presetsAreToldApart()
     QVERIFY2(brass.red() > brass.blue() + 20, qPrintable(brass.name()));
     const QColor chrome = pictures[2].pixelColor(60, 60);
     QVERIFY2(chrome.saturation() < 40, qPrintable(chrome.name()));
+}
+
+void SurfacesTest::glassCoversWhatPlasticCovers()
+{
+    QVERIFY(loadBall("Kd 0.2 0.5 0.3"));
+    for (const double sun : {140000.0, 1400000.0}) {
+        RenderSettings plastic = with(0, 2);
+        RenderSettings glass = with(0, 3);
+        plastic.sun_intensity = glass.sun_intensity = sun;
+        // Where glass shines it is solid, and where it is clear the far side is.
+        QCOMPARE(shownPixels(draw(glass)), shownPixels(draw(plastic)));
+    }
 }
 
 void SurfacesTest::plasticTakesTheSettingsColour()
@@ -542,7 +555,7 @@ void SurfacesTest::wireframeShowsThrough()
 {
     QVERIFY(loadBall("Kd 0.2 0.5 0.3"));
     const QImage whole = m_client->draw(400, 400);
-    for (const RenderSettings& look : {with(0), with(1), with(2), with(3), with(0, 1), with(0, 4), raw()}) {
+    for (const RenderSettings& look : {with(0), with(1), with(2), with(3), with(0, 1), with(0, 3), with(0, 4), raw()}) {
         RenderSettings settings = look;
         settings.wireframe = true;
         const int shown = shownPixels(m_client->draw(400, 400, Quality::final, settings));

@@ -38,6 +38,9 @@ constexpr int kGrainSide = 256;
 constexpr float kNeutralGrey = 0.5f;
 constexpr float kInsideTint = 0.6f;
 
+/// Of the near sides of glass the nearest two are told apart: each more would cost a picture of its own.
+constexpr int kGlassPeels = 1;
+
 template <typename Array, typename Value> vtkSmartPointer<Array> borrow(std::vector<Value>& values, int components)
 {
     auto array = vtkSmartPointer<Array>::New();
@@ -270,8 +273,8 @@ void ModelScene::dress(Part& part, const MeshData& mesh, const MaterialLook& loo
     dressInside(part, mesh, look);
 }
 
-/// A whole model of glass is drawn without peeling, which would take seconds on a software driver: first the far sides,
-/// solid, then the near sides, blended over them. Of each the nearest is seen; as all parts have one colour, hardly
+/// Peeling every layer of a whole model of glass would take seconds on a software driver: the far sides are drawn first,
+/// solid, then the nearest of the near sides, blended over them. Of each the nearest is seen; as all parts have one colour, hardly
 /// anybody misses those in between.
 void ModelScene::dressInside(Part& part, const MeshData& mesh, const MaterialLook& look)
 {
@@ -337,7 +340,7 @@ void ModelScene::removeFrom(vtkRenderer& renderer)
 
 void ModelScene::apply(const protocol::RenderSettings& settings, int pixel)
 {
-    m_translucent = false;
+    m_translucent = m_glass = false;
     bool changed = false;
     const float pointSize = pointDiameter(settings.point_size, m_points) * static_cast<float>(pixel);
     for (std::size_t i = 0; i < m_parts.size(); ++i) {
@@ -351,6 +354,7 @@ void ModelScene::apply(const protocol::RenderSettings& settings, int pixel)
             dress(part, mesh, look);
         }
         m_translucent = m_translucent || part.translucent;
+        m_glass = m_glass || look.glass;
         const bool asWires = mesh.primitive == Primitive::triangles && settings.wireframe;
         for (vtkActor* actor : {part.actor.Get(), part.inside.Get()})
             if (actor)
@@ -358,8 +362,11 @@ void ModelScene::apply(const protocol::RenderSettings& settings, int pixel)
     }
     if (m_renderer && changed)
         placeActors();
-    if (m_renderer)
-        m_renderer->SetUseDepthPeeling(m_translucent);
+    if (!m_renderer)
+        return;
+    m_renderer->SetUseDepthPeeling(m_translucent || m_glass);
+    if (!m_translucent)
+        m_renderer->SetMaximumNumberOfPeels(kGlassPeels);
 }
 
 } // namespace ov3d::renderer

@@ -59,6 +59,7 @@ private:
     vtkSmartPointer<vtkTexture> m_grain;     ///< the stone's, made when it is first wanted
     std::size_t m_points = 0;
     bool m_translucent = false;
+    bool m_glass = false;
 };
 
 } // namespace ov3d::renderer
