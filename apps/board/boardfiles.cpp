@@ -1,16 +1,21 @@
 /// The window's document: new, opened, saved, loaded.
 
 #include "apps/board/boardwindow.h"
+#include "apps/board/pagecommands.h"
 #include "apps/board/pageview.h"
+#include "apps/board/settingspanel.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QLabel>
+#include <QMenuBar>
 #include <QMessageBox>
+#include <QPointer>
 #include <QProgressBar>
+#include <QThread>
 #include <QToolButton>
 
 #include <algorithm>
@@ -26,7 +31,7 @@ const QString kFilter = QStringLiteral("Documents (*.ovb)");
 class BusyPointer
 {
 public:
-    BusyPointer() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    explicit BusyPointer(Qt::CursorShape shape) { QApplication::setOverrideCursor(shape); }
     ~BusyPointer() { QApplication::restoreOverrideCursor(); }
     BusyPointer(const BusyPointer&) = delete;
     BusyPointer& operator=(const BusyPointer&) = delete;
@@ -45,9 +50,9 @@ void BoardWindow::adopt(std::unique_ptr<LiveDocument> document)
     connect(stack, &QUndoStack::indexChanged, this, &BoardWindow::updateActions);
     connect(stack, &QUndoStack::cleanChanged, this, &BoardWindow::updateTitle);
     connect(&m_document->loader(), &LoaderThread::jobsLeftChanged, this, &BoardWindow::showLoading);
-    connect(m_document.get(), &LiveDocument::itemFailed, this, [this](CBaseObject*, const QString& reason) {
-        complain(m_document->warnings().isEmpty() ? reason : m_document->warnings().last());
-    });
+    connect(m_document.get(), &LiveDocument::warned, this, &BoardWindow::complain);
+    connect(m_document.get(), &LiveDocument::itemShown, this,
+            [](CBaseObject*, CBaseObject* item) { rememberFrameLimits(*item); });
     // What the user sees first is loaded first.
     showPage(0);
     m_document->loadAll();
@@ -64,6 +69,8 @@ void BoardWindow::closeDocument()
         disconnect(m_page->scene(), nullptr, this, nullptr);
     m_view->setPage(nullptr);
     m_page = nullptr;
+    if (m_services.framework.getCurrentDocument() == &m_document->pages())
+        m_services.framework.setCurrentDocument(nullptr);
     m_document.reset();
     showLoading(0);
 }
@@ -91,28 +98,73 @@ void BoardWindow::chooseDocument()
 
 bool BoardWindow::openDocument(const QString& path)
 {
-    const BusyPointer busy;
+    if (m_opening != Opening::none) {
+        say(QStringLiteral("Another document is being opened"));
+        return false;
+    }
     QString error;
     // A file that is open here already is read again; its lock has to be free for that.
-    const bool isReopened = QFileInfo(path) == QFileInfo(m_document->file().path());
-    if (isReopened)
-        closeDocument();
-    auto document = LiveDocument::open(path, m_services.document, error);
-    if (!document) {
-        if (isReopened)
-            newDocument();
+    if (!m_document->file().path().isEmpty() && QFileInfo(path) == QFileInfo(m_document->file().path()) &&
+        QFileInfo(path).isReadable()) {
+        auto empty = LiveDocument::create(m_services.document, error);
+        if (!empty) {
+            complain(error);
+            return false;
+        }
+        adopt(std::move(empty));
+    }
+    say(QStringLiteral("Opening %1...").arg(QFileInfo(path).fileName()));
+    const QPointer<BoardWindow> self(this);
+    setOpening(Opening::underWay);
+    std::unique_ptr<COvDocumentFile> file = openFile(path, error);
+    if (!self)
+        return false;
+    const bool isAbandoned = m_opening == Opening::abandoned || !m_document;
+    setOpening(Opening::none);
+    if (isAbandoned) {
+        say(QStringLiteral("%1 has not been opened").arg(QFileInfo(path).fileName()));
+        return false;
+    }
+    if (!file) {
         complain(error);
         return false;
     }
-    adopt(std::move(document));
-    const QStringList warnings = m_document->warnings();
-    if (m_document->file().isReadOnly())
-        say(m_document->file().readOnlyReason());
-    else
-        say(QStringLiteral("Opened %1").arg(QFileInfo(path).fileName()));
+    const QStringList warnings = file->warnings();
+    const QString readOnly = file->isReadOnly() ? file->readOnlyReason() : QString();
+    adopt(LiveDocument::fromFile(std::move(file), m_services.document));
+    say(readOnly.isEmpty() ? QStringLiteral("Opened %1").arg(QFileInfo(path).fileName()) : readOnly);
     for (const QString& warning : warnings)
         complain(warning);
     return true;
+}
+
+/// Opens a file on another thread, with the event loop running.
+std::unique_ptr<COvDocumentFile> BoardWindow::openFile(const QString& path, QString& error)
+{
+    const BusyPointer busy(Qt::BusyCursor);
+    std::unique_ptr<COvDocumentFile> file;
+    QEventLoop loop;
+    const std::unique_ptr<QThread> thread(
+        QThread::create([&file, &path, &error] { file = COvDocumentFile::open(path, error); }));
+    connect(thread.get(), &QThread::finished, &loop, &QEventLoop::quit);
+    thread->start();
+    loop.exec();
+    // The end of the program ends the loop before the thread.
+    thread->wait();
+    return file;
+}
+
+/// While a document is opened, nothing can be done to the one that it will replace.
+void BoardWindow::setOpening(Opening opening)
+{
+    m_opening = opening;
+    const bool isOpening = opening != Opening::none;
+    for (QWidget* widget : {static_cast<QWidget*>(menuBar()), static_cast<QWidget*>(m_view),
+                            static_cast<QWidget*>(m_settings)})
+        widget->setEnabled(!isOpening);
+    if (!isOpening)
+        m_view->setFocus();
+    showLoading(m_document ? m_document->loader().jobsLeft() : 0);
 }
 
 bool BoardWindow::saveInPlace()
@@ -131,7 +183,10 @@ bool BoardWindow::chooseFileAndSave()
 
 bool BoardWindow::saveDocument(const QString& path)
 {
-    const BusyPointer busy;
+    const BusyPointer busy(Qt::WaitCursor);
+    QStringList left;
+    for (const PlaceholderItem* placeholder : placeholders(PlaceholderItem::State::arriving))
+        left << placeholder->name();
     QString error;
     const StandardStreams::Silence silence(m_services.streams);
     if (!m_document->save(path, error)) {
@@ -140,7 +195,10 @@ bool BoardWindow::saveDocument(const QString& path)
     }
     m_document->pages().undoStack()->setClean();
     updateTitle();
-    say(QStringLiteral("Saved %1").arg(QFileInfo(path).fileName()));
+    const QString name = QFileInfo(path).fileName();
+    say(left.isEmpty() ? QStringLiteral("Saved %1").arg(name)
+                       : QStringLiteral("Saved %1 without what is still being inserted: %2")
+                             .arg(name, left.join(QStringLiteral(", "))));
     return true;
 }
 
@@ -158,26 +216,46 @@ bool BoardWindow::mayDiscard()
 void BoardWindow::closeEvent(QCloseEvent* event)
 {
     event->setAccepted(mayDiscard());
+    if (event->isAccepted() && m_opening != Opening::none)
+        m_opening = Opening::abandoned;
 }
 
 bool BoardWindow::isLoading() const
 {
-    return m_document && m_document->loader().jobsLeft() > 0;
+    return m_opening != Opening::none || (m_document && m_document->loader().jobsLeft() > 0);
 }
 
 void BoardWindow::showLoading(int jobs)
 {
+    const bool isOpening = m_opening != Opening::none;
     m_jobsAtOnce = jobs == 0 ? 0 : std::max(m_jobsAtOnce, jobs);
-    m_progress->setRange(0, std::max(m_jobsAtOnce, 1));
+    // Nobody knows how far an opening is: a bar without an end shows that.
+    m_progress->setRange(0, isOpening ? 0 : std::max(m_jobsAtOnce, 1));
     m_progress->setValue(m_jobsAtOnce - jobs);
     m_progress->setFormat(QStringLiteral("Loading %1 of %2").arg(m_jobsAtOnce - jobs + 1).arg(m_jobsAtOnce));
-    m_progress->setVisible(jobs > 0);
-    m_cancel->setVisible(jobs > 0);
+    m_progress->setVisible(jobs > 0 || isOpening);
+    m_cancel->setVisible(jobs > 0 || isOpening);
+    if (jobs == 0)
+        updateActions();
 }
 
 void BoardWindow::cancelLoading()
 {
-    m_document->loader().cancelAll();
+    if (m_opening != Opening::none)
+        m_opening = Opening::abandoned;
+    else
+        m_document->loader().cancelAll();
+}
+
+QList<const PlaceholderItem*> BoardWindow::placeholders(PlaceholderItem::State state) const
+{
+    QList<const PlaceholderItem*> found;
+    for (const CBaseObject* item : m_document->items()) {
+        const auto* placeholder = dynamic_cast<const PlaceholderItem*>(item);
+        if (placeholder && placeholder->state() == state)
+            found << placeholder;
+    }
+    return found;
 }
 
 void BoardWindow::updateTitle()

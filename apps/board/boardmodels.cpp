@@ -1,4 +1,4 @@
-/// The models on the window's page: inserted, copied, looked at, changed.
+/// The models on the window's page: inserted, copied, changed.
 
 #include "apps/board/boardwindow.h"
 #include "apps/board/modelcommands.h"
@@ -6,23 +6,17 @@
 #include "apps/board/pageview.h"
 #include "apps/board/placement.h"
 #include "apps/board/settingspanel.h"
+#include "apps/board/settingwords.h"
 #include "apps/document/itemclip.h"
 #include "apps/document/itemrecord.h"
 #include "apps/document/itemsettings.h"
-#include "apps/document/viewercommand.h"
-#include "viewer/session/commands.h"
 
 #include <QClipboard>
 #include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QInputDialog>
-#include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
-#include <QTemporaryDir>
 
 namespace ov3d::apps {
 
@@ -30,7 +24,6 @@ namespace {
 
 constexpr QSizeF kInsertedSize(640, 480);
 constexpr QPointF kPasteShift(24, 24);
-constexpr const char* kKeptViewsProperty = "ov3dKeptViewNames";
 
 } // namespace
 
@@ -79,11 +72,12 @@ void BoardWindow::itemArrived(CBaseObject* item, const QString& error, bool undo
         complain(error);
         return;
     }
-    rememberFrameLimits(*item);
     COvPage* page = dynamic_cast<COvPage*>(item->GetPage());
     if (undoable && page)
         CUndoRedo::GetInstance()->push(
             new PresenceCommand(page, std::make_shared<ItemHolder>(item), PresenceCommand::Kind::insertion));
+    if (!undoable)
+        m_document->pages().undoStack()->resetClean(); // it may have been saved without this item
     item->scene()->clearSelection();
     item->setSelected(true);
     if (m_failures == 0)
@@ -93,10 +87,15 @@ void BoardWindow::itemArrived(CBaseObject* item, const QString& error, bool undo
 
 void BoardWindow::removeSelected()
 {
-    for (CBaseObject* item : selectedItems())
+    for (CBaseObject* item : selectedItems()) {
+        if (item->isLocked()) {
+            say(QStringLiteral("A locked model is not removed; Model > Locked unlocks it"));
+            continue;
+        }
         CUndoRedo::GetInstance()->push(
             new PresenceCommand(m_page, std::make_shared<ItemHolder>(item), PresenceCommand::Kind::removal));
-    say(QStringLiteral("Removed the model; Ctrl+Z brings it back"));
+        say(QStringLiteral("Removed the model; Ctrl+Z brings it back"));
+    }
 }
 
 QByteArray BoardWindow::clipOfSelected()
@@ -159,123 +158,28 @@ void BoardWindow::duplicateSelected()
 void BoardWindow::changeSetting(const QString& key, const QJsonValue& value)
 {
     CBaseObject* item = m_view->selectedItem();
-    const auto settings = item ? readSettings(*item) : std::nullopt;
-    if (!settings)
+    const auto before = item ? readSettings(*item) : std::nullopt;
+    if (!before)
         return;
     const KeptView view = movesCamera(key) ? KeptView::of(*item) : KeptView();
-    const QJsonObject changes{{key, value}};
-    if (const QString error = changeSettings(*item, changes); !error.isEmpty()) {
-        say(error);
+    const QString error = changeSettings(*item, {{key, value}});
+    const auto after = readSettings(*item);
+    if (!error.isEmpty() || !after || differingSettings(*after, *before).isEmpty()) {
+        say(error.isEmpty() ? QStringLiteral("%1 stays as it is").arg(settingTitle(key)) : error);
         m_settings->showItem(item);
         return;
     }
-    CUndoRedo::GetInstance()->push(new SettingsCommand(*item, {{key, settings->value(key)}}, changes, view));
+    CUndoRedo::GetInstance()->push(new SettingsCommand(*item, key, *before, *after, view));
 }
 
-void BoardWindow::changeView(int code, const QString& text, const QString& name)
+void BoardWindow::lockSelected(bool locked)
 {
     CBaseObject* item = m_view->selectedItem();
-    if (!item)
+    if (!item || item->isLocked() == locked)
         return;
-    const KeptView before = KeptView::of(*item);
-    if (const QString error = sendViewerCommand(*item, code, text); !error.isEmpty()) {
-        say(error);
-        return;
-    }
-    CUndoRedo::GetInstance()->push(new ViewCommand(*item, before, name));
-    say(name);
-}
-
-void BoardWindow::keepView()
-{
-    CBaseObject* item = m_view->selectedItem();
-    if (!item)
-        return;
-    const QString name =
-        QInputDialog::getText(this, QStringLiteral("Keep the view"), QStringLiteral("Name of the view:")).trimmed();
-    if (name.isEmpty())
-        return;
-    if (const QString error = sendViewerCommand(*item, kCommandKeepView, name); !error.isEmpty()) {
-        say(error);
-        return;
-    }
-    QStringList names = item->property(kKeptViewsProperty).toStringList();
-    names.removeAll(name);
-    item->setProperty(kKeptViewsProperty, names << name);
-    say(QStringLiteral("Model > Return to > %1 brings this view back").arg(name));
-}
-
-void BoardWindow::fillKeptViews()
-{
-    m_keptViews->clear();
-    const CBaseObject* item = m_view->selectedItem();
-    const QStringList names = item ? item->property(kKeptViewsProperty).toStringList() : QStringList();
-    for (const QString& name : names)
-        m_keptViews->addAction(name, this, [this, name] {
-            changeView(kCommandReturnToView, name, QStringLiteral("Return to %1").arg(name));
-        });
-    if (names.isEmpty())
-        m_keptViews->addAction(QStringLiteral("No view has been kept"))->setEnabled(false);
-}
-
-void BoardWindow::savePicture()
-{
-    CBaseObject* item = m_view->selectedItem();
-    QFileDialog dialog(this, QStringLiteral("Save the picture"), QDir::homePath(), QStringLiteral("Pictures (*.png)"));
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(QStringLiteral("png"));
-    if (!item || dialog.exec() != QDialog::Accepted)
-        return;
-    const QString path = dialog.selectedFiles().constFirst();
-    const QString error = sendViewerCommand(*item, kCommandSavePicture, path);
-    say(error.isEmpty() ? QStringLiteral("Saved %1").arg(QFileInfo(path).fileName())
-                        : QStringLiteral("%1: %2").arg(path, error));
-}
-
-void BoardWindow::showFacts()
-{
-    CBaseObject* item = m_view->selectedItem();
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("facts.json"));
-    const QString error = item ? sendViewerCommand(*item, kCommandReportFacts, path) : QString();
-    QFile file(path);
-    if (!item || !error.isEmpty() || !file.open(QIODevice::ReadOnly)) {
-        say(error);
-        return;
-    }
-    QMessageBox box(QMessageBox::Information, QStringLiteral("Facts about the model"),
-                    itemName(itemRecord(*item)), QMessageBox::Close, this);
-    box.setInformativeText(QString::fromUtf8(file.readAll()));
-    box.exec();
-}
-
-void BoardWindow::chooseEnvironment()
-{
-    const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("Environment picture"), QDir::homePath(),
-                                                      QStringLiteral("Radiance pictures (*.hdr)"));
-    if (!path.isEmpty())
-        setEnvironment(path);
-}
-
-void BoardWindow::removeEnvironment()
-{
-    setEnvironment({});
-}
-
-void BoardWindow::setEnvironment(const QString& path)
-{
-    CBaseObject* item = m_view->selectedItem();
-    if (!item)
-        return;
-    const QString error = m_document->setEnvironment(*item, path);
-    if (!error.isEmpty()) {
-        say(error);
-        return;
-    }
-    // No step of undo stands for it, but it is a change all the same.
-    m_document->pages().undoStack()->resetClean();
-    say(path.isEmpty() ? QStringLiteral("Without an environment picture")
-                       : QStringLiteral("Lit by %1").arg(QFileInfo(path).fileName()));
+    CUndoRedo::GetInstance()->push(new LockCommand(item, locked));
+    say(locked ? QStringLiteral("The model is locked: it can be looked at and copied, not changed")
+               : QStringLiteral("The model can be changed again"));
 }
 
 } // namespace ov3d::apps

@@ -4,7 +4,7 @@
 #include "apps/board/pageview.h"
 #include "apps/board/settingspanel.h"
 #include "apps/common/plaintext.h"
-#include "viewer/session/commands.h"
+#include "apps/document/placeholderitem.h"
 
 #include <QAction>
 #include <QApplication>
@@ -24,22 +24,9 @@ namespace {
 constexpr QSize kWindowSize(1280, 800);
 constexpr int kProgressWidth = 160;
 
-struct NamedView
-{
-    const char* name; ///< as the viewer knows it
-    const char* text;
-    const char* shortcut;
-};
-
-constexpr NamedView kViews[] = {
-    {"front", "&Front", "Ctrl+1"}, {"back", "&Back", "Ctrl+2"},     {"left", "&Left", "Ctrl+3"},
-    {"right", "&Right", "Ctrl+4"}, {"top", "&Top", "Ctrl+5"},       {"bottom", "B&ottom", "Ctrl+6"},
-    {"isometric", "&Isometric", "Ctrl+7"},
-};
-
 } // namespace
 
-BoardWindow::BoardWindow(const Services& services)
+BoardWindow::BoardWindow(const Services& services, std::unique_ptr<LiveDocument> document)
     : m_services(services)
     , m_view(new PageView(this))
     , m_settings(new SettingsPanel(this))
@@ -54,8 +41,7 @@ BoardWindow::BoardWindow(const Services& services)
     makeEditMenu();
     makePageMenu();
     makeModelMenu();
-    QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
-    window->addAction(dock->toggleViewAction());
+    menuBar()->addMenu(QStringLiteral("&Window"))->addAction(dock->toggleViewAction());
     resize(kWindowSize);
 
     connect(m_view, &PageView::gestureStarted, this, &BoardWindow::say);
@@ -65,14 +51,13 @@ BoardWindow::BoardWindow(const Services& services)
     });
     connect(m_settings, &SettingsPanel::changed, this, &BoardWindow::changeSetting);
     connect(QApplication::clipboard(), &QClipboard::dataChanged, this, &BoardWindow::updateActions);
-    newDocument();
+    adopt(std::move(document));
     say(QStringLiteral("File > Insert model puts a 3D model on the page"));
 }
 
 BoardWindow::~BoardWindow()
 {
     closeDocument();
-    m_services.framework.setCurrentDocument(nullptr);
 }
 
 void BoardWindow::makeStatusBar()
@@ -142,61 +127,16 @@ void BoardWindow::makeEditMenu()
                                     &BoardWindow::removeSelected);
 }
 
-void BoardWindow::makePageMenu()
-{
-    QMenu& menu = *menuBar()->addMenu(QStringLiteral("&Page"));
-    const auto leaf = [this](int step) {
-        for (int i = 0; i < m_document->pages().pageCount(); ++i) {
-            if (m_document->pages().page(i) == m_page) {
-                showPage(i + step);
-                return;
-            }
-        }
-    };
-    QAction* previous = menu.addAction(QStringLiteral("&Previous page"), this, [leaf] { leaf(-1); });
-    previous->setShortcut(QKeySequence(Qt::Key_PageUp));
-    QAction* next = menu.addAction(QStringLiteral("&Next page"), this, [leaf] { leaf(1); });
-    next->setShortcut(QKeySequence(Qt::Key_PageDown));
-    addAction(menu, QStringLiteral("&Add page"), QKeySequence(QStringLiteral("Ctrl+Shift+N")), &BoardWindow::addPage);
-}
-
-void BoardWindow::makeModelMenu()
-{
-    QMenu& menu = *menuBar()->addMenu(QStringLiteral("&Model"));
-    for (const NamedView& view : kViews) {
-        const QString name = QString::fromLatin1(view.name);
-        QAction* action = menu.addAction(QString::fromLatin1(view.text), this, [this, name] {
-            changeView(kCommandShowView, name, QStringLiteral("View from the %1").arg(name));
-        });
-        action->setShortcut(QKeySequence(QString::fromLatin1(view.shortcut)));
-        m_selectionActions << action;
-    }
-    QAction* reset = menu.addAction(QStringLiteral("R&eset the view"), this, [this] {
-        changeView(kCommandReset, {}, QStringLiteral("Reset the view"));
-    });
-    reset->setShortcut(QKeySequence(QStringLiteral("Ctrl+0")));
-    menu.addSeparator();
-    m_selectionActions << reset
-                       << addAction(menu, QStringLiteral("&Keep the view..."), {}, &BoardWindow::keepView);
-    m_keptViews = menu.addMenu(QStringLiteral("Ret&urn to"));
-    connect(m_keptViews, &QMenu::aboutToShow, this, &BoardWindow::fillKeptViews);
-    menu.addSeparator();
-    m_selectionActions << m_keptViews->menuAction()
-                       << addAction(menu, QStringLiteral("Environment &picture..."), {},
-                                    &BoardWindow::chooseEnvironment)
-                       << addAction(menu, QStringLiteral("&Without environment picture"), {},
-                                    &BoardWindow::removeEnvironment);
-    menu.addSeparator();
-    m_selectionActions << addAction(menu, QStringLiteral("&Save the picture..."), {}, &BoardWindow::savePicture)
-                       << addAction(menu, QStringLiteral("Facts about the &model..."), {}, &BoardWindow::showFacts);
-}
-
 void BoardWindow::undoOrRedo(bool undo)
 {
     QUndoStack* stack = m_document->pages().undoStack();
     const QString text = m_localize.text(undo ? stack->undoText() : stack->redoText());
+    const int steps = stack->count();
     undo ? stack->undo() : stack->redo();
-    say(QStringLiteral("%1: %2").arg(undo ? QStringLiteral("Undone") : QStringLiteral("Redone"), text));
+    if (stack->count() < steps)
+        say(QStringLiteral("%1: the view is too long ago and no longer kept").arg(text));
+    else
+        say(QStringLiteral("%1: %2").arg(undo ? QStringLiteral("Undone") : QStringLiteral("Redone"), text));
 }
 
 void BoardWindow::updateActions()
@@ -209,6 +149,11 @@ void BoardWindow::updateActions()
     const bool isSelected = !selectedItems().isEmpty();
     for (QAction* action : m_selectionActions)
         action->setEnabled(isSelected);
+    const CBaseObject* item = m_view->selectedItem();
+    m_locked->setEnabled(item && !dynamic_cast<const PlaceholderItem*>(item));
+    m_locked->setChecked(item && item->isLocked());
+    m_removePage->setEnabled(m_document->pages().pageCount() > 1);
+    m_loadRest->setEnabled(!placeholders(PlaceholderItem::State::waiting).isEmpty());
     m_settings->showItem(m_view->selectedItem());
     updateTitle();
     m_view->viewport()->update();
@@ -225,30 +170,6 @@ void BoardWindow::complain(const QString& text)
     ++m_failures;
     say(text);
     m_services.streams.printErrorLine(QStringLiteral("ov3dboard: ") + text);
-}
-
-void BoardWindow::showPage(int index)
-{
-    COvDocument& pages = m_document->pages();
-    COvPage* page = pages.page(index);
-    if (!page)
-        return;
-    if (m_page)
-        disconnect(m_page->scene(), nullptr, this, nullptr);
-    m_page = page;
-    m_view->setPage(page);
-    connect(page->scene(), &QGraphicsScene::selectionChanged, this, &BoardWindow::updateActions);
-    m_document->loadPage(*page);
-    m_pageNumber->setText(QStringLiteral("Page %1 of %2").arg(index + 1).arg(pages.pageCount()));
-    updateActions();
-}
-
-void BoardWindow::addPage()
-{
-    m_document->addPage(m_page->size());
-    // Nothing undoes a new page, but the document has changed.
-    m_document->pages().undoStack()->resetClean();
-    showPage(m_document->pages().pageCount() - 1);
 }
 
 void BoardWindow::report(const ViewerEvent& event)

@@ -4,6 +4,7 @@
 #include "apps/common/standardstreams.h"
 #include "apps/common/viewerevents.h"
 #include "apps/document/livedocument.h"
+#include "apps/document/placeholderitem.h"
 #include "host/framework/framework.h"
 
 #include <QMainWindow>
@@ -38,8 +39,8 @@ public:
         DocumentServices document;
     };
 
-    /// Shows a new document with one empty page.
-    explicit BoardWindow(const Services& services);
+    /// @param document  what the window shows first; never null. One without pages is given an empty one.
+    BoardWindow(const Services& services, std::unique_ptr<LiveDocument> document);
     ~BoardWindow() override;
 
     /// Puts the models on the page side by side, one after the other; they are the page's first state, which undo does
@@ -48,9 +49,13 @@ public:
 
     /// Shows another document in place of the present one, or this one as its file has it. @return false after a
     /// message; nothing has changed then, unless the file was this document's: then there is a new document.
+    ///
+    /// The file is unpacked on a thread of its own while the event loop turns: the window can be looked at, and closed,
+    /// which abandons the opening; it takes nothing else. A second call meanwhile is refused.
     bool openDocument(const QString& path);
 
-    /// @return false after a message; the file is as it was.
+    /// Says which models are left out since they are still being inserted; the document stays changed once they are
+    /// there. Blocks. @return false after a message; the file is as it was.
     bool saveDocument(const QString& path);
 
     /// Ends loads, gives the items to the reaper and removes the working folder. For the end of the program.
@@ -75,6 +80,17 @@ public Q_SLOTS:
     void showPage(int index);
     void addPage();
 
+    /// Removes the page that is shown, and every step of undo with it, without a question. Refused, with a message, for
+    /// the last page and while its items are being loaded.
+    void removePage();
+
+    /// Loads what was cancelled.
+    void loadRest();
+
+    /// Keeps the selected item's view under a name, or says why not.
+    void keepView(const QString& name);
+    void returnToView(const QString& name);
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
@@ -86,9 +102,21 @@ private:
     void makeModelMenu();
     QAction* addAction(QMenu& menu, const QString& text, const QKeySequence& shortcut, void (BoardWindow::*slot)());
 
+    // boardpages.cpp
+    [[nodiscard]] int pageIndex() const;
+    void askAndRemovePage();
+
     // boardfiles.cpp
+    enum class Opening
+    {
+        none,
+        underWay,
+        abandoned, ///< the file is still being read, for nobody
+    };
     void adopt(std::unique_ptr<LiveDocument> document);
     void newDocument();
+    std::unique_ptr<COvDocumentFile> openFile(const QString& path, QString& error);
+    void setOpening(Opening opening);
     void chooseDocument();
     bool saveInPlace();
     bool chooseFileAndSave();
@@ -105,16 +133,20 @@ private:
     [[nodiscard]] QByteArray clipOfSelected();
     void itemArrived(CBaseObject* item, const QString& error, bool undoable);
     void changeSetting(const QString& key, const QJsonValue& value);
+    void lockSelected(bool locked);
+
+    // boardviews.cpp
     void changeView(int code, const QString& text, const QString& name);
-    void keepView();
+    void askAndKeepView();
     void fillKeptViews();
     void savePicture();
     void showFacts();
     void chooseEnvironment();
     void removeEnvironment();
     void setEnvironment(const QString& path);
-    [[nodiscard]] QList<CBaseObject*> selectedItems() const;
 
+    [[nodiscard]] QList<CBaseObject*> selectedItems() const;
+    [[nodiscard]] QList<const PlaceholderItem*> placeholders(PlaceholderItem::State state) const;
     void undoOrRedo(bool undo);
     void updateActions();
     void say(const QString& text);
@@ -132,8 +164,12 @@ private:
     QToolButton* m_cancel = nullptr;
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
+    QAction* m_locked = nullptr;
+    QAction* m_removePage = nullptr;
+    QAction* m_loadRest = nullptr;
     QMenu* m_keptViews = nullptr;
     QList<QAction*> m_selectionActions; ///< that need a selected item
+    Opening m_opening = Opening::none;
     int m_jobsAtOnce = 0;               ///< loads since the last time that nothing was being loaded
     int m_failures = 0;
 };

@@ -12,11 +12,14 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QTimer>
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 #include <unistd.h>
 
@@ -70,6 +73,19 @@ bool openFiles(BoardWindow& window, const QStringList& files)
     return true;
 }
 
+/// Why there is no use in opening a window for the files; empty when there is.
+QString whyNoDocument(const QStringList& files)
+{
+    if (files.size() != 1 || !isDocumentName(files.first()))
+        return {};
+    const QFileInfo file(files.first());
+    if (!file.exists())
+        return QStringLiteral("%1: there is no such file").arg(file.filePath());
+    if (!file.isFile() || !file.isReadable())
+        return QStringLiteral("%1: cannot be read").arg(file.filePath());
+    return {};
+}
+
 int takeScreenshot(BoardWindow& window, const QString& path, const StandardStreams& streams)
 {
     QElapsedTimer timer;
@@ -85,12 +101,24 @@ int takeScreenshot(BoardWindow& window, const QString& path, const StandardStrea
     return window.failureCount() == 0 ? kExitDone : kExitNotShown;
 }
 
+/// Items need seconds to end and the renderers end with this process, so nothing is taken down.
+[[noreturn]] void endProcess(Workplace& workplace, int code)
+{
+    workplace.cleanUp();
+    std::fflush(nullptr);
+    ::_exit(code);
+}
+
 int runWindow(QApplication& application, const BoardOptions& options, const StandardStreams& streams)
 {
     // Relative names belong to the folder that the user stands in, which is left now.
     const QStringList files = absolutePaths(options.files);
     const QString screenshot =
         options.screenshot.isEmpty() ? QString() : QDir::current().absoluteFilePath(options.screenshot);
+    if (const QString reason = whyNoDocument(files); !reason.isEmpty()) {
+        streams.printErrorLine(QStringLiteral("ov3dboard: ") + reason);
+        return kExitNoAccess;
+    }
     Workplace workplace;
     Plugin plugin;
     if (!workplace.error().isEmpty() || !plugin.load(Plugin::defaultPath())) {
@@ -100,7 +128,13 @@ int runWindow(QApplication& application, const BoardOptions& options, const Stan
     }
     plugin.setViewer(&ov3dViewer);
 
-    BoardWindow window({plugin, streams, workplace.framework(), ov3dServices(plugin)});
+    QString error;
+    auto document = LiveDocument::create(ov3dServices(plugin), error);
+    if (!document) {
+        streams.printErrorLine(QStringLiteral("ov3dboard: ") + error);
+        endProcess(workplace, kExitNoAccess);
+    }
+    BoardWindow window({plugin, streams, workplace.framework(), ov3dServices(plugin)}, std::move(document));
     // The viewer may report until the very end of the process.
     static ViewerEvents events;
     const auto showEvents = [&window] {
@@ -114,21 +148,16 @@ int runWindow(QApplication& application, const BoardOptions& options, const Stan
     ov3dViewerPrepare();
     window.show();
 
-    int code = kExitDone;
     QTimer::singleShot(0, &window, [&] {
-        if (!openFiles(window, files))
-            code = kExitNotShown;
+        const bool isOpened = openFiles(window, files);
         if (screenshot.isEmpty())
             return;
         const int taken = takeScreenshot(window, screenshot, streams);
-        QApplication::exit(taken == kExitDone ? code : taken);
+        QApplication::exit(isOpened ? taken : kExitNoAccess);
     });
     const int ended = application.exec();
     window.closeDocument();
-    workplace.cleanUp();
-    // Items need seconds to end and the renderers end with this process, so nothing is taken down.
-    std::fflush(nullptr);
-    ::_exit(ended);
+    endProcess(workplace, ended);
 }
 
 } // namespace
@@ -138,6 +167,8 @@ int main(int argc, char** argv)
     makeLocaleUtf8();
     const StandardStreams streams;
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that grows beyond the user's limit is an error to be told, not the program's end.
+    std::signal(SIGXFSZ, SIG_IGN);
     qInstallMessageHandler(keepErrors);
 
     QStringList words;

@@ -1,10 +1,7 @@
 #include "apps/board/modelcommands.h"
 
+#include "apps/board/settingwords.h"
 #include "apps/document/itemsettings.h"
-#include "apps/document/viewercommand.h"
-#include "viewer/session/commands.h"
-
-#include <QStringList>
 
 #include <utility>
 
@@ -13,50 +10,20 @@ namespace ov3d::apps {
 namespace {
 
 constexpr int kSettingsCommandId = 3101;
-constexpr const char* kCountProperty = "ov3dKeptViews";
-
-/// Views kept for undo, of the viewer's limit; the rest is the user's.
-constexpr quint64 kViewsForUndo = 48;
-
-/// No name that the user can enter begins like this.
-QString nameOf(quint64 number)
-{
-    return QStringLiteral("\t%1").arg(number % kViewsForUndo);
-}
 
 } // namespace
 
-KeptView KeptView::of(CBaseObject& item)
-{
-    KeptView view;
-    const quint64 number = item.property(kCountProperty).toULongLong() + 1;
-    if (!sendViewerCommand(item, kCommandKeepView, nameOf(number)).isEmpty())
-        return view;
-    item.setProperty(kCountProperty, number);
-    view.m_number = number;
-    return view;
-}
-
-bool KeptView::returnTo(CBaseObject& item) const
-{
-    const quint64 newest = item.property(kCountProperty).toULongLong();
-    if (m_number == 0 || newest - m_number >= kViewsForUndo)
-        return false;
-    return sendViewerCommand(item, kCommandReturnToView, nameOf(m_number)).isEmpty();
-}
-
-SettingsCommand::SettingsCommand(CBaseObject& item, const QJsonObject& before, const QJsonObject& changes,
-                                 KeptView viewBefore)
+SettingsCommand::SettingsCommand(CBaseObject& item, const QString& key, const QJsonObject& before,
+                                 const QJsonObject& after, KeptView viewBefore)
     : m_item(&item)
-    , m_before(before)
-    , m_after(changes)
+    , m_key(key)
+    , m_before(differingSettings(before, after))
+    , m_after(differingSettings(after, before))
     , m_viewBefore(viewBefore)
 {
-    for (const QString& key : changes.keys()) {
-        if (movesCamera(key))
-            m_viewAfter = KeptView::of(item);
-    }
-    setText(QStringLiteral("Change %1").arg(changes.keys().join(QStringLiteral(", "))));
+    if (movesCamera(key))
+        m_viewAfter = KeptView::of(item);
+    setText(QStringLiteral("Change %1").arg(settingTitle(key)));
 }
 
 void SettingsCommand::undo()
@@ -86,7 +53,7 @@ int SettingsCommand::id() const
 bool SettingsCommand::mergeWith(const QUndoCommand* other)
 {
     const auto* next = static_cast<const SettingsCommand*>(other);
-    if (next->m_item != m_item || next->m_after.keys() != m_after.keys())
+    if (next->m_item != m_item || next->m_key != m_key || next->m_after.keys() != m_after.keys())
         return false;
     m_after = next->m_after;
     m_viewAfter = next->m_viewAfter;
@@ -111,6 +78,18 @@ void ViewCommand::redo()
 {
     if (std::exchange(m_redoArmed, true) && m_item && !m_after.returnTo(*m_item))
         setObsolete(true);
+}
+
+QJsonObject differingSettings(const QJsonObject& record, const QJsonObject& other)
+{
+    // The viewer tells the camera's place in these whenever it likes.
+    const QLatin1String reported("camera_values");
+    QJsonObject differing;
+    for (auto setting = record.begin(); setting != record.end(); ++setting) {
+        if (setting.key() != reported && setting.value() != other.value(setting.key()))
+            differing.insert(setting.key(), setting.value());
+    }
+    return differing;
 }
 
 bool movesCamera(const QString& key)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/board/keptviews.h"
 #include "host/framework/framework.h"
 
 #include <QJsonObject>
@@ -8,29 +9,15 @@
 
 namespace ov3d::apps {
 
-/// A view of one item that its viewer keeps for undo. GUI thread.
-///
-/// The viewer keeps a limited number of views, so the oldest are given up; a lost view cannot be returned to.
-class KeptView
-{
-public:
-    /// Has the item's viewer keep what it shows now.
-    static KeptView of(CBaseObject& item);
-
-    /// @return false when the view has been given up, or the item shows none.
-    bool returnTo(CBaseObject& item) const;
-
-private:
-    quint64 m_number = 0; ///< 0: none
-};
-
 /// Changes settings of an item, and the view with them where they act on it. Changes of one key in a row are one step.
 class SettingsCommand : public CWbUndoCmd
 {
 public:
-    /// To be pushed after `changes` have been made.
-    /// @param before  values of the same keys, and the view, as they were.
-    SettingsCommand(CBaseObject& item, const QJsonObject& before, const QJsonObject& changes, KeptView viewBefore);
+    /// To be pushed after the user has changed `key`.
+    /// @param before  the whole record as it was, and the view.
+    /// @param after   the whole record as it is: one setting can change others with it.
+    SettingsCommand(CBaseObject& item, const QString& key, const QJsonObject& before, const QJsonObject& after,
+                    KeptView viewBefore);
 
     void undo() override;
     void redo() override;
@@ -41,6 +28,7 @@ private:
     void apply(const QJsonObject& settings, const KeptView& view);
 
     QPointer<CBaseObject> m_item;
+    QString m_key;
     QJsonObject m_before;
     QJsonObject m_after;
     KeptView m_viewBefore;
@@ -64,6 +52,9 @@ private:
     KeptView m_after;
     bool m_redoArmed = false;
 };
+
+/// The settings of `record` that differ from `other`: what brings `record` back.
+QJsonObject differingSettings(const QJsonObject& record, const QJsonObject& other);
 
 /// Whether a setting moves the camera.
 bool movesCamera(const QString& key);

@@ -15,6 +15,19 @@ constexpr const char* kLargestAreaProperty = "ov3dLargestArea";
 /// Frame memory holds eight bytes a pixel of the first size, and a picture needs three.
 constexpr double kGrowth = 8.0 / 3.0 * 0.98;
 
+QList<QPointer<CBaseObject>> itemsAbove(const COvPage& page, const CBaseObject* item)
+{
+    QList<QPointer<CBaseObject>> above;
+    bool isAbove = false;
+    for (COVRootObject* object : page.objects()) {
+        auto* each = dynamic_cast<CBaseObject*>(object);
+        if (isAbove && each)
+            above << each;
+        isAbove = isAbove || each == item;
+    }
+    return above;
+}
+
 } // namespace
 
 PresenceCommand::PresenceCommand(COvPage* page, SharedItem item, Kind kind)
@@ -37,10 +50,42 @@ void PresenceCommand::redo()
 
 void PresenceCommand::setPresent(bool present)
 {
-    if (present)
-        m_page->addObject(m_item->item());
-    else
-        m_page->takeObject(m_item->item());
+    CBaseObject* item = m_item->item();
+    if (!present) {
+        m_above = itemsAbove(*m_page, item);
+        m_page->takeObject(item);
+        return;
+    }
+    m_page->addObject(item);
+    for (const QPointer<CBaseObject>& above : std::as_const(m_above)) {
+        if (above && above->scene() == item->scene()) {
+            item->stackBefore(above);
+            return;
+        }
+    }
+}
+
+LockCommand::LockCommand(CBaseObject* item, bool locked)
+    : m_item(item)
+    , m_locked(locked)
+{
+    setText(locked ? QStringLiteral("Lock model") : QStringLiteral("Unlock model"));
+}
+
+void LockCommand::undo()
+{
+    apply(!m_locked);
+}
+
+void LockCommand::redo()
+{
+    apply(m_locked);
+}
+
+void LockCommand::apply(bool locked)
+{
+    if (m_item)
+        m_item->setLocked(locked);
 }
 
 FrameCommand::FrameCommand(CBaseObject* item, const QRectF& before, const QRectF& after)

@@ -4,11 +4,12 @@
 #include "apps/board/selectionframe.h"
 #include "host/framework/framework.h"
 
+#include <QList>
 #include <QPointer>
 
 namespace ov3d::apps {
 
-/// Puts an item on a page, or takes it off.
+/// Puts an item on a page, or takes it off. An item that comes back lies where it lay, below the same items.
 class PresenceCommand : public CWbUndoCmd
 {
 public:
@@ -29,6 +30,23 @@ private:
     COvPage* m_page;
     SharedItem m_item;
     Kind m_kind;
+    QList<QPointer<CBaseObject>> m_above; ///< what lay above the item when it was taken off, the lowest first
+};
+
+/// Locks an item, or unlocks it.
+class LockCommand : public CWbUndoCmd
+{
+public:
+    LockCommand(CBaseObject* item, bool locked);
+
+    void undo() override;
+    void redo() override;
+
+private:
+    void apply(bool locked);
+
+    QPointer<CBaseObject> m_item;
+    bool m_locked;
 };
 
 /// Moves an item and changes its size. The first redo finds it done already.

@@ -76,7 +76,14 @@ QRectF PageView::frameInView(const CBaseObject& item) const
 FramePart PageView::partAt(const QPoint& position) const
 {
     const CBaseObject* item = selectedItem();
-    return item ? framePartAt(frameInView(*item), position, kReachPixels) : FramePart::none;
+    return item && !item->isLocked() ? framePartAt(frameInView(*item), position, kReachPixels) : FramePart::none;
+}
+
+/// A locked item would make a step of undo out of a drag that changes nothing.
+CBaseObject* PageView::lockedItemAt(const QPoint& position) const
+{
+    auto* item = dynamic_cast<CBaseObject*>(itemAt(position));
+    return item && item->isLocked() ? item : nullptr;
 }
 
 void PageView::mousePressEvent(QMouseEvent* event)
@@ -85,6 +92,12 @@ void PageView::mousePressEvent(QMouseEvent* event)
     const FramePart part = partAt(event->pos());
     if (event->button() == Qt::LeftButton && part != FramePart::none) {
         beginFrameDrag(part, event->pos());
+        return;
+    }
+    if (CBaseObject* locked = lockedItemAt(event->pos())) {
+        m_page->scene()->clearSelection();
+        locked->setSelected(true);
+        Q_EMIT gestureEnded(QStringLiteral("The model is locked; Model > Locked unlocks it"));
         return;
     }
     QGraphicsView::mousePressEvent(event);
@@ -213,7 +226,11 @@ void PageView::paintEvent(QPaintEvent* event)
     const QRectF frame = frameInView(*item);
     QPainter painter(viewport());
     painter.setPen(QPen(kFrameColour, 1.5));
+    if (item->isLocked())
+        painter.setPen(QPen(kFrameColour, 1.5, Qt::DashLine));
     painter.drawRect(frame);
+    if (item->isLocked())
+        return;
     painter.setBrush(Qt::white);
     for (const QRectF& handle : handleRects(frame, kHandlePixels))
         painter.drawRect(handle);

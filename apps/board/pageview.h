@@ -58,6 +58,7 @@ private:
     void deliverMove();
     void forgetGesture();
     [[nodiscard]] QRectF frameInView(const CBaseObject& item) const;
+    [[nodiscard]] CBaseObject* lockedItemAt(const QPoint& position) const;
     [[nodiscard]] FramePart partAt(const QPoint& position) const;
     void beginFrameDrag(FramePart part, const QPoint& position);
     void continueFrameDrag(const QPoint& position);

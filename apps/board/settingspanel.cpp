@@ -9,11 +9,15 @@
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QJsonArray>
+#include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QSpinBox>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -24,7 +28,12 @@ namespace {
 constexpr double kNumberStep = 0.05;
 constexpr int kNumberDecimals = 3;
 constexpr int kIntensityStep = 1000; ///< for what goes into the ten thousands
+constexpr double kLetterShare = 0.9; ///< of the window's letters
+constexpr int kPatchSide = 14;
 constexpr double kLargeRange = 10'000;
+
+/// A background of the key colour is none: the page shows through.
+const QColor kNoBackground(51, 252, 26);
 
 QColor colourOf(const QJsonValue& value)
 {
@@ -37,6 +46,15 @@ QColor colourOf(const QJsonValue& value)
 QJsonArray numbersOf(const QColor& colour)
 {
     return {colour.red() / 255.0, colour.green() / 255.0, colour.blue() / 255.0};
+}
+
+/// With an edge, so that white is seen.
+QIcon patchOf(const QColor& colour)
+{
+    QPixmap patch(kPatchSide, kPatchSide);
+    patch.fill(Qt::darkGray);
+    QPainter(&patch).fillRect(patch.rect().adjusted(1, 1, -1, -1), colour);
+    return patch;
 }
 
 const SettingInfo* infoOf(const QString& key)
@@ -54,23 +72,46 @@ SettingsPanel::SettingsPanel(QWidget* parent)
     : QScrollArea(parent)
 {
     auto* content = new QWidget(this);
-    auto* form = new QFormLayout(content);
-    for (const QString& key : panelSettings()) {
-        const SettingInfo* info = infoOf(key);
-        if (!info)
-            continue;
-        const Field field = makeField(*info);
-        field.widget->setObjectName(key);
-        field.widget->setToolTip(key);
-        form->addRow(settingLabel(key), field.widget);
-        m_fields.insert(key, field);
-    }
+    QFont font = content->font();
+    font.setPointSizeF(font.pointSizeF() * kLetterShare);
+    content->setFont(font);
+    auto* column = new QVBoxLayout(content);
+    for (const SettingGroup& group : panelGroups())
+        column->addWidget(makeGroup(group, content));
+    column->addStretch();
+    // One edge for the fields of all groups.
+    int widest = 0;
+    for (const QLabel* label : qAsConst(m_labels))
+        widest = std::max(widest, label->sizeHint().width());
+    for (QLabel* label : qAsConst(m_labels))
+        label->setMinimumWidth(widest);
     setWidget(content);
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
     setMinimumWidth(content->minimumSizeHint().width() + 24);
     showItem(nullptr);
+}
+
+QWidget* SettingsPanel::makeGroup(const SettingGroup& group, QWidget* content)
+{
+    auto* box = new QGroupBox(group.title, content);
+    auto* form = new QFormLayout(box);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    for (const QString& key : group.keys) {
+        const SettingInfo* info = infoOf(key);
+        if (!info)
+            continue;
+        const Field field = makeField(*info);
+        field.widget->setObjectName(key);
+        field.widget->setToolTip(QStringLiteral("%1 (%2)").arg(settingHint(key), key));
+        auto* label = new QLabel(settingLabel(key), box);
+        label->setToolTip(field.widget->toolTip());
+        form->addRow(label, field.widget);
+        m_labels << label;
+        m_fields.insert(key, field);
+    }
+    return box;
 }
 
 void SettingsPanel::showItem(CBaseObject* item)
@@ -168,15 +209,14 @@ SettingsPanel::Field SettingsPanel::numbersField(const SettingInfo& info)
 SettingsPanel::Field SettingsPanel::colourField(const QString& key)
 {
     auto* button = new QPushButton(this);
-    const auto show = [button](const QColor& colour) {
-        button->setText(colour.name().toUpper());
+    const auto show = [button, isBackground = key == QLatin1String("bg_color")](const QColor& colour) {
+        const bool isNone = isBackground && colour.rgb() == kNoBackground.rgb();
+        button->setText(QLatin1Char(' ') + (isNone ? QStringLiteral("none") : colour.name().toUpper()));
         button->setProperty("colour", colour);
-        QPixmap patch(16, 16);
-        patch.fill(colour);
-        button->setIcon(QIcon(patch));
+        button->setIcon(isNone ? QIcon() : patchOf(colour));
     };
     connect(button, &QPushButton::clicked, this, [this, key, button, show] {
-        const QColor chosen = QColorDialog::getColor(button->property("colour").value<QColor>(), this, settingLabel(key));
+        const QColor chosen = QColorDialog::getColor(button->property("colour").value<QColor>(), this, settingTitle(key));
         if (!chosen.isValid())
             return;
         show(chosen);

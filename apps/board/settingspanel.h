@@ -2,14 +2,17 @@
 
 #include <QHash>
 #include <QJsonValue>
+#include <QList>
 #include <QScrollArea>
 
 #include <functional>
 
 class CBaseObject;
+class QLabel;
 
 namespace ov3d::apps {
 
+struct SettingGroup;
 struct SettingInfo;
 
 /// The settings of one item, each with a field of its kind. GUI thread.
@@ -35,6 +38,7 @@ private:
         std::function<void(const QJsonValue&)> set;
     };
 
+    QWidget* makeGroup(const SettingGroup& group, QWidget* content);
     Field makeField(const SettingInfo& info);
     Field flagField(const QString& key);
     Field choiceField(const QString& key);
@@ -43,6 +47,7 @@ private:
     Field colourField(const QString& key);
     void report(const QString& key, const QJsonValue& value);
 
+    QList<QLabel*> m_labels;
     QHash<QString, Field> m_fields;
     bool m_isFilling = false;
 };

@@ -70,7 +70,7 @@ ExitCode makeDocument(DocumentSession& session, const NewCommand& command)
     if (code == kExitDone && !failures.isEmpty())
         return session.fail(kExitNoAccess, {}, failures.first());
     const ExitCode saved = code == kExitDone ? session.save(command.document) : code;
-    const ExitCode shown = session.tellEvents();
+    const ExitCode shown = session.tellEvents(command.document);
     return saved == kExitDone ? shown : saved;
 }
 
@@ -84,9 +84,10 @@ ExitCode changeItem(DocumentSession& session, const SetCommand& command)
 {
     ExitCode code = session.start();
     if (code == kExitDone)
-        code = session.open(command.document);
+        code = session.open(command.document, COvDocumentFile::Access::Editing);
     if (code != kExitDone)
         return code;
+    const QString subject = QStringLiteral("%1: item %2").arg(command.document).arg(command.item);
     if (const auto& file = session.document().file(); file.isReadOnly())
         return session.fail(kExitNoAccess, command.document, file.readOnlyReason());
     auto* placeholder = dynamic_cast<PlaceholderItem*>(itemOf(session, command.item));
@@ -95,7 +96,7 @@ ExitCode changeItem(DocumentSession& session, const SetCommand& command)
     session.document().load(*placeholder);
     code = session.finishLoading();
     if (code == kExitDone)
-        code = session.tellEvents();
+        code = session.tellEvents(subject);
     CBaseObject* item = itemOf(session, command.item);
     if (code != kExitDone || !item || dynamic_cast<PlaceholderItem*>(item))
         return code == kExitDone ? kExitNotShown : code;
@@ -107,9 +108,13 @@ ExitCode changeItem(DocumentSession& session, const SetCommand& command)
     if (error.isEmpty())
         error = applyItemChanges(*item, command.changes);
     if (!error.isEmpty())
-        return session.fail(kExitNoAccess, QStringLiteral("%1: item %2").arg(command.document).arg(command.item),
-                            error);
+        return session.fail(kExitNoAccess, subject, error);
     code = session.settle();
+    if (code == kExitDone)
+        code = session.tellEvents(subject);
+    // Whether an environment can be read shows with the picture alone.
+    if (code == kExitDone && command.changes.environment && session.hasNote())
+        code = kExitNoAccess;
     return code == kExitDone ? session.save(command.document) : code;
 }
 
@@ -119,26 +124,32 @@ ExitCode drawPage(DocumentSession& session, const RenderCommand& command)
     if (code == kExitDone)
         code = session.start();
     if (code == kExitDone)
-        code = session.open(command.model);
+        code = session.open(command.model, COvDocumentFile::Access::Reading);
     if (code != kExitDone)
         return code;
     const int number = command.page.value_or(1);
     COvPage* page = session.document().pages().page(number - 1);
     if (!page)
         return session.fail(kExitUsage, command.model, QStringLiteral("has no page %1").arg(number));
+    // Before anything is loaded, which may take long.
+    const double width = std::round(page->size().width());
+    const double height = std::round(page->size().height());
+    if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide)
+        return session.fail(kExitRefused, command.model,
+                            QStringLiteral("page %1 has %2 x %3; a picture has sides from 1 to %4")
+                                .arg(number)
+                                .arg(page->size().width())
+                                .arg(page->size().height())
+                                .arg(kMaxPictureSide));
+    const QSize size(static_cast<int>(width), static_cast<int>(height));
     session.document().loadPage(*page);
     code = session.finishLoading();
     if (code != kExitDone)
         return code;
-    const QSize size(static_cast<int>(std::lround(page->size().width())),
-                     static_cast<int>(std::lround(page->size().height())));
-    if (size.width() < 1 || size.height() < 1 || size.width() > kMaxPictureSide || size.height() > kMaxPictureSide)
-        return session.fail(kExitRefused, command.model,
-                            QStringLiteral("page %1 is not from 1x1 to %2x%2").arg(number).arg(kMaxPictureSide));
     const QImage picture = paintPage(*page, size, command.background.value_or(QColor(Qt::transparent)));
     if (const QString error = writePng(session.absolute(command.output), picture); !error.isEmpty())
         return session.fail(kExitNoAccess, command.output, error);
-    return session.tellEvents();
+    return session.tellEvents(command.model);
 }
 
 } // namespace

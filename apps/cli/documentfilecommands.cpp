@@ -22,6 +22,17 @@ ExitCode fail(const StandardStreams& streams, ExitCode code, const QString& text
     return code;
 }
 
+QStringList warningsOf(const COvDocumentFile& file)
+{
+    QStringList warnings = file.warnings();
+    for (const OvDocumentPage& page : file.content().pages) {
+        for (const OvDocumentItem& item : page.items)
+            warnings << whyFrameChanged(item);
+    }
+    warnings.removeAll(QString());
+    return warnings;
+}
+
 std::unique_ptr<COvDocumentFile> openFile(const StandardStreams& streams, const QString& folder, const QString& name,
                                           ExitCode& code)
 {
@@ -31,8 +42,15 @@ std::unique_ptr<COvDocumentFile> openFile(const StandardStreams& streams, const 
         return nullptr;
     }
     QString error;
-    auto file = COvDocumentFile::open(path, error);
-    code = file ? kExitDone : fail(streams, kExitRefused, error);
+    auto failure = COvDocumentFile::Failure::None;
+    auto file = COvDocumentFile::open(path, error, COvDocumentFile::Access::Reading, &failure);
+    if (!file) {
+        code = fail(streams, failure == COvDocumentFile::Failure::NoAccess ? kExitNoAccess : kExitRefused, error);
+        return nullptr;
+    }
+    code = kExitDone;
+    for (const QString& warning : warningsOf(*file))
+        fail(streams, code, QStringLiteral("%1: %2").arg(name, warning));
     return file;
 }
 
@@ -81,8 +99,9 @@ QJsonObject documentFacts(const COvDocumentFile& file, const QString& name)
     return {
         {QStringLiteral("file"), name},
         {QStringLiteral("pages"), pages},
-        {QStringLiteral("warnings"), QJsonArray::fromStringList(file.warnings())},
-        {QStringLiteral("read_only"), file.isReadOnly() ? QJsonValue(file.readOnlyReason()) : QJsonValue()},
+        {QStringLiteral("warnings"), QJsonArray::fromStringList(warningsOf(file))},
+        {QStringLiteral("read_only"),
+         file.readOnlyReason().isEmpty() ? QJsonValue() : QJsonValue(file.readOnlyReason())},
     };
 }
 
@@ -146,6 +165,8 @@ QString extractedName(const OvDocumentItem& item, const QString& file)
 ExitCode copyOut(const StandardStreams& streams, const COvDocumentFile& file, const OvDocumentItem& item,
                  const QString& folder)
 {
+    if (!QDir().mkpath(folder))
+        return fail(streams, kExitNoAccess, QStringLiteral("%1: the folder cannot be made").arg(folder));
     ExitCode code = kExitDone;
     for (const QString& name : item.files) {
         const QString source = file.workingFolder() + QLatin1Char('/') + name;

@@ -4,7 +4,6 @@
 #include "apps/common/modelfile.h"
 #include "apps/common/standardstreams.h"
 #include "apps/document/ov3dservices.h"
-#include "apps/document/placeholderitem.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QCoreApplication>
@@ -73,20 +72,22 @@ ExitCode DocumentSession::create()
     return m_document ? kExitDone : fail(kExitNoAccess, {}, error);
 }
 
-ExitCode DocumentSession::open(const QString& name)
+ExitCode DocumentSession::open(const QString& name, COvDocumentFile::Access access)
 {
     const QString path = absolute(name);
     if (const QString reason = whyUnreadable(path); !reason.isEmpty())
         return fail(kExitNoAccess, name, reason);
     QString error;
-    m_document = LiveDocument::open(path, ov3dServices(m_plugin), error);
-    if (!m_document)
-        return fail(kExitRefused, {}, error);
-    QObject::connect(m_document.get(), &LiveDocument::itemFailed, m_document.get(),
-                     [this](CBaseObject* placeholder, const QString& reason) {
-                         const auto* card = dynamic_cast<PlaceholderItem*>(placeholder);
-                         m_failures << QStringLiteral("%1: %2").arg(card ? card->name() : QString(), reason);
-                     });
+    auto failure = COvDocumentFile::Failure::None;
+    auto file = COvDocumentFile::open(path, error, access, &failure);
+    if (!file)
+        return fail(failure == COvDocumentFile::Failure::NoAccess ? kExitNoAccess : kExitRefused, {}, error);
+    m_document = LiveDocument::fromFile(std::move(file), ov3dServices(m_plugin));
+    for (const QString& warning : m_document->warnings())
+        fail(kExitDone, name, warning);
+    QObject::connect(m_document.get(), &LiveDocument::warned, m_document.get(),
+                     [this](const QString& text) { m_warned << text; });
+    QObject::connect(m_document.get(), &LiveDocument::itemFailed, m_document.get(), [this] { m_hasFailedItem = true; });
     return kExitDone;
 }
 
@@ -118,15 +119,20 @@ ExitCode DocumentSession::settle()
     return fail(kExitNotShown, {}, QStringLiteral("the picture was not finished in time"));
 }
 
-ExitCode DocumentSession::tellEvents()
+ExitCode DocumentSession::tellEvents(const QString& subject)
 {
-    ExitCode code = kExitDone;
-    for (const QString& failure : std::exchange(m_failures, {}))
-        code = fail(kExitNotShown, {}, failure);
+    // The reason of an item that failed is among the warnings.
+    ExitCode code = std::exchange(m_hasFailedItem, false) ? kExitNotShown : kExitDone;
+    for (const QString& warning : std::exchange(m_warned, {}))
+        fail(kExitDone, subject, warning);
+    m_hasNote = false;
     for (const ViewerEvent& event : viewerEvents().take()) {
-        const QString name = QFileInfo(event.model).fileName();
+        m_hasNote = m_hasNote || event.kind == ViewerEvent::Kind::note;
+        const QString name = subject + QStringLiteral(": ") + QFileInfo(event.model).fileName();
         if (event.kind == ViewerEvent::Kind::card)
             code = fail(kExitNotShown, name, event.reason);
+        else if (event.kind == ViewerEvent::Kind::note)
+            fail(kExitDone, name, event.reason);
         else if (event.kind == ViewerEvent::Kind::missing)
             fail(kExitDone, name, QStringLiteral("shown without %1").arg(event.files.join(QStringLiteral(", "))));
     }

@@ -30,7 +30,7 @@ public:
     /// Each step returns kExitDone, or ends the command with a line on standard error.
     ExitCode start();
     ExitCode create();
-    ExitCode open(const QString& name);
+    ExitCode open(const QString& name, COvDocumentFile::Access access);
     ExitCode save(const QString& name);
 
     [[nodiscard]] LiveDocument& document() { return *m_document; }
@@ -40,9 +40,13 @@ public:
     ExitCode finishLoading();
     ExitCode settle();
 
-    /// Whether every model has been shown: a line on standard error for each that ended in a card or in nothing, and
-    /// for side files that are missing.
-    ExitCode tellEvents();
+    /// Whether every model has been shown: a line on standard error for each that ended in a card or in nothing, for
+    /// side files that are missing, and for what of the items could not be restored.
+    /// @param subject  begins each line.
+    ExitCode tellEvents(const QString& subject);
+
+    /// Whether a picture had to do without something, as the last tellEvents() has told: an environment picture.
+    [[nodiscard]] bool hasNote() const { return m_hasNote; }
 
     ExitCode fail(ExitCode code, const QString& subject, const QString& reason) const;
 
@@ -52,7 +56,9 @@ private:
     Workplace m_workplace;
     Plugin m_plugin;
     std::unique_ptr<LiveDocument> m_document;
-    QStringList m_failures;
+    QStringList m_warned;
+    bool m_hasFailedItem = false;
+    bool m_hasNote = false;
 };
 
 } // namespace ov3d::apps

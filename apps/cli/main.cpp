@@ -75,6 +75,8 @@ int main(int argc, char** argv)
     makeLocaleUtf8();
     const StandardStreams streams;
     std::signal(SIGPIPE, SIG_IGN);
+    // Beyond a limit on the size of files, writing then fails like on a full disk, and is said.
+    std::signal(SIGXFSZ, SIG_IGN);
     qInstallMessageHandler(dropMessage);
 
     Command command;

@@ -7,8 +7,7 @@
 #include "apps/common/standardstreams.h"
 #include "apps/common/viewerevents.h"
 #include "apps/common/workplace.h"
-#include "apps/document/viewercommand.h"
-#include "viewer/session/commands.h"
+#include "apps/document/environmentpicture.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QDir>
@@ -145,8 +144,11 @@ private:
         if (m_command.changes.environment) {
             const QString& name = *m_command.changes.environment;
             const QString path = name.isEmpty() ? QString() : QDir(m_folder).absoluteFilePath(name);
-            if (const QString error = sendViewerCommand(item, kCommandSetEnvironment, path); !error.isEmpty())
-                return QStringLiteral("environment %1: %2").arg(name, error);
+            QString error = path.isEmpty() ? QString() : whyNoEnvironment(path);
+            if (error.isEmpty())
+                error = sendEnvironment(item, path, path);
+            if (!error.isEmpty())
+                return error;
         }
         return applyItemChanges(item, m_command.changes);
     }

@@ -19,20 +19,22 @@ bool fits(const QString& path)
 }
 
 /// Link folders bear their program's process id. One whose program has gone was left behind by a crash.
-void removeAbandoned(const QString& privateFolder)
+void removeAbandoned(const QString& privateFolder, const QString& prefix)
 {
     const QDir directory(privateFolder);
-    for (const QString& name : directory.entryList({QStringLiteral("links-*")}, QDir::Dirs)) {
-        const pid_t owner = name.section(QLatin1Char('-'), 1, 1).toInt();
-        if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH)
-            QDir(directory.filePath(name)).removeRecursively();
+    const auto filter = QDir::Dirs | QDir::NoSymLinks;
+    for (const QFileInfo& entry : directory.entryInfoList({prefix + QLatin1Char('*')}, filter)) {
+        const pid_t owner = entry.fileName().mid(prefix.size()).section(QLatin1Char('-'), 0, 0).toInt();
+        if (entry.ownerId() == ::geteuid() && owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH)
+            QDir(entry.filePath()).removeRecursively();
     }
 }
 
 } // namespace
 
-LinkFolder::LinkFolder(QString privateFolder)
+LinkFolder::LinkFolder(QString privateFolder, QString prefix)
     : m_privateFolder(std::move(privateFolder))
+    , m_prefix(std::move(prefix))
 {
 }
 
@@ -53,8 +55,8 @@ bool LinkFolder::makeFolder()
 {
     if (!m_folder.isEmpty())
         return true;
-    removeAbandoned(m_privateFolder);
-    const QString name = QStringLiteral("%1links-%2-XXXXXX").arg(m_privateFolder).arg(::getpid());
+    removeAbandoned(m_privateFolder, m_prefix);
+    const QString name = QStringLiteral("%1%2%3-XXXXXX").arg(m_privateFolder, m_prefix).arg(::getpid());
     QByteArray path = QFile::encodeName(name);
     if (!::mkdtemp(path.data()))
         return false;
@@ -65,6 +67,14 @@ bool LinkFolder::makeFolder()
 bool LinkFolder::makeLink(const QString& target, const QString& link)
 {
     return ::symlink(QFile::encodeName(target).constData(), QFile::encodeName(link).constData()) == 0;
+}
+
+QString LinkFolder::linkTo(const QString& folder)
+{
+    if (!makeFolder())
+        return {};
+    const QString link = m_folder + QString::number(m_count++);
+    return makeLink(folder, link) ? link : QString();
 }
 
 LinkFolder::Answer LinkFolder::shortened(const QString& path)

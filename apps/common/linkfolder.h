@@ -13,7 +13,8 @@ class LinkFolder
 {
 public:
     /// @param privateFolder  with its trailing separator. Nothing is made there before the first link is needed.
-    explicit LinkFolder(QString privateFolder);
+    /// @param prefix         begins the names of link folders; one of the program's own where others have files too.
+    explicit LinkFolder(QString privateFolder, QString prefix = QStringLiteral("links-"));
     ~LinkFolder();
     LinkFolder(const LinkFolder&) = delete;
     LinkFolder& operator=(const LinkFolder&) = delete;
@@ -29,6 +30,9 @@ public:
     /// its side files, else (a .glb, .stl or .3mf has none) one through a link to the file.
     Answer shortened(const QString& path);
 
+    /// @return a link to a folder, without a trailing separator; empty when none can be made.
+    QString linkTo(const QString& folder);
+
     /// Removes the links; for programs that end without destructors.
     void remove();
 
@@ -37,6 +41,7 @@ private:
     bool makeLink(const QString& target, const QString& link);
 
     QString m_privateFolder;
+    QString m_prefix;
     QString m_folder; ///< empty until it exists
     int m_count = 0;
 };

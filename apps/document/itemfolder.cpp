@@ -1,6 +1,5 @@
 #include "apps/document/itemfolder.h"
 
-#include "apps/common/linkfolder.h"
 #include "apps/common/modelfile.h"
 #include "host/framework/framework.h"
 
@@ -16,9 +15,11 @@ namespace ov3d::apps {
 namespace {
 
 constexpr qint64 kCopyBlock = 1 << 20;
-/// Room for what an item writes beside its model: a number in its name and "_3dpreview.png".
-constexpr int kSideFileRoom = 20;
-constexpr int kLongestFileName = 255;
+
+QString cancellation(const QString& file)
+{
+    return QStringLiteral("%1: the insertion was cancelled").arg(file);
+}
 
 /// Copies the content alone: the copy is the user's to write, whatever the original's permissions are.
 QString copyFile(const QString& from, const QString& to, const std::atomic<bool>& cancelled)
@@ -34,7 +35,7 @@ QString copyFile(const QString& from, const QString& to, const std::atomic<bool>
     QByteArray block(kCopyBlock, Qt::Uninitialized);
     for (;;) {
         if (cancelled)
-            return QStringLiteral("%1: the insertion was cancelled").arg(from);
+            return cancellation(from);
         const qint64 length = source.read(block.data(), block.size());
         if (length < 0)
             return QStringLiteral("%1: %2").arg(from, source.errorString());
@@ -57,18 +58,15 @@ QString cutTo(QString text, int bytes)
 }
 
 /// Where the model goes below the item's folder: a folder named as the item will name its directory, so that it knows
-/// its preview picture there, and in it the model. Names are shortened until the whole path reaches a viewer and the
-/// item can name its own files after it. @return an empty text when the folder's own path is too long for that.
-QString workingName(const QString& folder, const QFileInfo& model, const QStringList& sideFiles)
+/// its preview picture there, and in it the model. Names are shortened to what every machine can open.
+QString workingName(const QFileInfo& model, const QStringList& sideFiles)
 {
     const QString suffix = QLatin1Char('.') + model.suffix().toLower();
-    QString stem = cutTo(model.completeBaseName(), kLongestFileName - kSideFileRoom - suffix.size());
+    const int room = kMostNameBytes - 1 - suffix.size();
+    QString stem = model.completeBaseName();
     QString directory = stem.section(QLatin1Char('.'), 0, 0);
-    const int room = kMaxPathBytes - folder.toLocal8Bit().size() - 2 - suffix.size();
     if (directory.isEmpty() || (directory + stem).toLocal8Bit().size() > room)
         directory = QStringLiteral("model");
-    if (room <= directory.size())
-        return {};
     stem = cutTo(stem, room - directory.size());
     while (sideFiles.contains(stem + suffix))
         stem = cutTo(stem, room - directory.size() - 1) + QLatin1Char('_');
@@ -79,9 +77,7 @@ QString copyAll(const QString& root, const QString& folder, const QString& model
                 const std::atomic<bool>& cancelled, InsertedModel& inserted)
 {
     const QFileInfo source(model);
-    const QString name = workingName(folder, source, sideFiles);
-    if (name.isEmpty())
-        return QStringLiteral("%1: the document's working folder has too long a path").arg(model);
+    const QString name = workingName(source, sideFiles);
     const auto copy = [&](const QString& from, const QString& below) {
         const QString target = folder + QLatin1Char('/') + below;
         inserted.files << QDir(root).relativeFilePath(target);
@@ -116,8 +112,7 @@ bool isPlainRelativePath(const QString& name)
     });
 }
 
-QString copyModelIn(COvDocument& document, const QString& model,
-                    const std::function<bool(const QString&, const std::function<void(const QString&)>&)>& listFiles,
+QString copyModelIn(COvDocument& document, const QString& model, const ListFiles& listFiles,
                     const std::atomic<bool>& cancelled, InsertedModel& inserted)
 {
     const ModelFileReport report = examineModelFile(model);
@@ -126,10 +121,13 @@ QString copyModelIn(COvDocument& document, const QString& model,
 
     QStringList sideFiles;
     const QString ownName = QFileInfo(model).fileName();
-    const bool isListed = listFiles(model, [&](const QString& file) {
+    const auto take = [&](const QString& file) {
         if (isPlainRelativePath(file) && file != ownName && !sideFiles.contains(file))
             sideFiles << file;
-    });
+    };
+    const bool isListed = listFiles(model, take, [&cancelled] { return cancelled.load(); });
+    if (cancelled)
+        return cancellation(model);
     if (!isListed)
         sideFiles.clear();
 

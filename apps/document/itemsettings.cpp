@@ -15,7 +15,6 @@ namespace ov3d::apps {
 namespace {
 
 constexpr int kPropertyParams = 101;
-constexpr double kMostSelector = 63; ///< what each value shows is the viewer's to say
 constexpr QLatin1String kCommandKey("command");
 constexpr QLatin1String kResetKey("reset_camera");
 
@@ -165,16 +164,16 @@ const std::vector<SettingInfo>& settingInfos()
         {"enable_axis", Type::flag},
         {"enable_ground", Type::flag},
         {"bg_color", Type::colour, 0, 1, 3},
-        {"light_profile", Type::integer, 0, kMostSelector},
-        {"material_type_a", Type::integer, 0, kMostSelector},
-        {"material_type_b", Type::integer, 0, kMostSelector},
+        {"light_profile", Type::integer, 0, 5},
+        {"material_type_a", Type::integer, 0, 4},
+        {"material_type_b", Type::integer, 0, 6},
         {"material_color", Type::colour, 0, 1, 3},
         {"material_update", Type::flag},
         {"point_size", Type::integer, 0, 100, 1, "pixels"},
         {"raw_mode", Type::flag},
         {"wireframe", Type::flag},
         {"hdr_map", Type::flag},
-        {"hdr_map_type", Type::integer, 0, kMostSelector},
+        {"hdr_map_type", Type::integer, 0, 5},
         {"sun_follow", Type::flag},
         {"ibl_intensity", Type::integer, 0, 1'000'000, 1, "candela per square metre"},
         {"sun_intensity", Type::integer, 0, 10'000'000, 1, "lux"},

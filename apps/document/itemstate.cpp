@@ -2,9 +2,7 @@
 
 #include "apps/document/itementries.h"
 #include "apps/document/itemsettings.h"
-#include "apps/document/viewercommand.h"
 #include "host/framework/framework.h"
-#include "viewer/session/commands.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -61,12 +59,6 @@ bool saveItemState(CBaseObject& item, const QString& workingFolder, OvDocumentIt
 QString environmentKey()
 {
     return QStringLiteral("environment");
-}
-
-QString sendEnvironment(CBaseObject& item, const QString& workingFolder, const QString& relative)
-{
-    const QString path = relative.isEmpty() ? QString() : workingFolder + QLatin1Char('/') + relative;
-    return sendViewerCommand(item, kCommandSetEnvironment, path);
 }
 
 } // namespace ov3d::apps

@@ -18,8 +18,4 @@ bool saveItemState(CBaseObject& item, const QString& workingFolder, OvDocumentIt
 /// folder.
 QString environmentKey();
 
-/// Tells the item's viewer of the environment picture; an empty path takes it away. @return an empty text, or the
-/// reason.
-QString sendEnvironment(CBaseObject& item, const QString& workingFolder, const QString& relative);
-
 } // namespace ov3d::apps

@@ -1,6 +1,7 @@
 #include "apps/document/livedocument.h"
 
 #include "apps/common/modelfile.h"
+#include "apps/document/environmentpicture.h"
 #include "apps/document/itementries.h"
 #include "apps/document/itemfolder.h"
 #include "apps/document/itemreaper.h"
@@ -15,6 +16,7 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -25,8 +27,41 @@ namespace {
 constexpr const char* kPageProperty = "ov3dUnknownKeys";
 constexpr QSizeF kNurserySize(1, 1);
 constexpr QLatin1String kLockedKey("locked");
+constexpr QLatin1String kRectKey("obj_rect");
+constexpr QLatin1String kPreviewSuffix("_3dpreview.png");
 constexpr double kFrameWidth = 1280; ///< an item's own first size
 constexpr double kFrameHeight = 960;
+
+QJsonArray arrayOf(const QRectF& frame)
+{
+    return {frame.x(), frame.y(), frame.width(), frame.height()};
+}
+
+/// A viewer gets paths of at most kMaxPathBytes. Where the working folder's own leaves too little for the models,
+/// they are reached through a short link to it.
+QString rootOf(const COvDocumentFile& file, LinkFolder& links)
+{
+    int longest = kMostModelPathBytes;
+    for (const OvDocumentPage& page : file.content().pages) {
+        for (const OvDocumentItem& item : page.items)
+            longest = std::max(longest, item.model.toLocal8Bit().size());
+    }
+    const QString folder = file.workingFolder();
+    if (folder.toLocal8Bit().size() + 1 + longest <= kMaxPathBytes)
+        return folder;
+    const QString link = links.linkTo(folder);
+    return link.isEmpty() || link.toLocal8Bit().size() > folder.toLocal8Bit().size() ? folder : link;
+}
+
+/// Empty when the path reaches a viewer whole.
+QString whyPathRefused(const QString& path)
+{
+    const int bytes = path.toLocal8Bit().size();
+    return bytes <= kMaxPathBytes ? QString()
+                                  : QStringLiteral("has too long a path here (%1 bytes; at most %2 can be shown)")
+                                        .arg(bytes)
+                                        .arg(kMaxPathBytes);
+}
 
 } // namespace
 
@@ -37,21 +72,40 @@ QString itemName(const OvDocumentItem& record)
 
 QRectF itemFrame(const OvDocumentItem& record)
 {
-    const QJsonArray numbers = record.entries.value(QLatin1String("obj_rect")).toArray();
+    const QJsonArray numbers = record.entries.value(kRectKey).toArray();
     const auto number = [&numbers](int i) { return numbers.at(i).toDouble(); };
-    const QRectF frame(number(0), number(1), number(2), number(3));
+    return boundedFrame(numbers.size() == 4 ? QRectF(number(0), number(1), number(2), number(3)) : QRectF());
+}
+
+QRectF boundedFrame(const QRectF& frame)
+{
     // A document may come from anywhere, and a page has no use for an item of millions.
     constexpr double kMost = 1e6;
-    const bool isUsable = numbers.size() == 4 && std::abs(frame.x()) <= kMost && std::abs(frame.y()) <= kMost &&
-                          frame.width() >= 1 && frame.width() <= kMost && frame.height() >= 1 &&
-                          frame.height() <= kMost;
-    return isUsable ? frame : QRectF(0, 0, kFrameWidth, kFrameHeight);
+    const bool isUsable = std::abs(frame.x()) <= kMost && std::abs(frame.y()) <= kMost && frame.width() >= 1 &&
+                          frame.width() <= kMost && frame.height() >= 1 && frame.height() <= kMost;
+    if (!isUsable)
+        return {0, 0, kFrameWidth, kFrameHeight};
+    const double scale = std::min(1.0, kMostItemSide / std::max(frame.width(), frame.height()));
+    return {frame.x(), frame.y(), std::max(1.0, frame.width() * scale), std::max(1.0, frame.height() * scale)};
+}
+
+QString whyFrameChanged(const OvDocumentItem& record)
+{
+    const QJsonValue kept = record.entries.value(kRectKey);
+    const QRectF frame = itemFrame(record);
+    if (kept.isUndefined() || kept.toArray() == arrayOf(frame))
+        return {};
+    return QStringLiteral("%1: its rectangle in the document cannot be used; it takes %2 x %3")
+        .arg(itemName(record))
+        .arg(frame.width())
+        .arg(frame.height());
 }
 
 LiveDocument::LiveDocument(DocumentServices services, std::unique_ptr<COvDocumentFile> file)
     : m_services(std::move(services))
     , m_file(std::move(file))
-    , m_pages(m_file->workingFolder())
+    , m_links(QDir::tempPath() + QLatin1Char('/'), QStringLiteral("ov3d-links-"))
+    , m_pages(rootOf(*m_file, m_links))
     , m_nursery(&m_pages, kNurserySize)
     , m_loader(m_services.abandonLoad)
     , m_warnings(m_file->warnings())
@@ -69,8 +123,11 @@ std::unique_ptr<LiveDocument> LiveDocument::create(DocumentServices services, QS
 std::unique_ptr<LiveDocument> LiveDocument::open(const QString& path, DocumentServices services, QString& error)
 {
     auto file = COvDocumentFile::open(path, error);
-    if (!file)
-        return nullptr;
+    return file ? fromFile(std::move(file), std::move(services)) : nullptr;
+}
+
+std::unique_ptr<LiveDocument> LiveDocument::fromFile(std::unique_ptr<COvDocumentFile> file, DocumentServices services)
+{
     std::unique_ptr<LiveDocument> document(new LiveDocument(std::move(services), std::move(file)));
     document->makePages();
     return document;
@@ -102,8 +159,11 @@ void LiveDocument::makePages()
     for (const OvDocumentPage& saved : m_file->content().pages) {
         COvPage* page = addPage(saved.size);
         page->scene()->setProperty(kPageProperty, saved.unknown);
-        for (const OvDocumentItem& record : saved.items)
+        for (const OvDocumentItem& record : saved.items) {
             addPlaceholder(*page, record, itemFrame(record), itemName(record));
+            if (const QString change = whyFrameChanged(record); !change.isEmpty())
+                warn(change);
+        }
     }
 }
 
@@ -112,6 +172,10 @@ PlaceholderItem* LiveDocument::addPlaceholder(COvPage& page, const OvDocumentIte
 {
     auto* placeholder = new PlaceholderItem(frame, name);
     setItemRecord(*placeholder, record);
+    for (const QString& file : entryFiles(itemEntries(record.entries))) {
+        if (file.endsWith(kPreviewSuffix))
+            placeholder->setPicture(m_pages.root() + QLatin1Char('/') + file);
+    }
     page.addObject(placeholder);
     return placeholder;
 }
@@ -131,6 +195,7 @@ QList<CBaseObject*> LiveDocument::items() const
 void LiveDocument::warn(const QString& text)
 {
     m_warnings << text;
+    Q_EMIT warned(text);
 }
 
 void LiveDocument::loadAll()
@@ -163,9 +228,16 @@ void LiveDocument::load(PlaceholderItem& placeholder)
         fail(*arriving, QStringLiteral("is missing from the document"));
         return;
     }
+    if (const QString reason = whyPathRefused(model); !reason.isEmpty()) {
+        fail(*arriving, reason);
+        return;
+    }
     placeholder.showLoading();
     arriving->item = createHidden(placeholder.getObjRect());
     QJsonObject text = readableText(m_pages, arriving->record.entries, arriving->record.model);
+    // The item believes its own text, so that has to say what has been accepted.
+    if (!whyFrameChanged(arriving->record).isEmpty())
+        text.insert(kRectKey, arrayOf(itemFrame(arriving->record)));
     startLoad(arriving, [item = arriving->item, text](const std::atomic<bool>&) mutable {
         item->loadJson(text);
         return QString();
@@ -188,8 +260,11 @@ LoaderThread::Id LiveDocument::insertModel(COvPage& page, const QString& model, 
         arriving->record.files = inserted.files;
         if (!error.isEmpty() || cancelled)
             return error;
+        const QString path = m_pages.root() + QLatin1Char('/') + inserted.model;
         COVRootObject* root = arriving->item;
-        if (!root->loadFromFile(m_pages.root() + QLatin1Char('/') + inserted.model))
+        if (const QString reason = whyPathRefused(path); !reason.isEmpty())
+            error = QStringLiteral("%1: %2").arg(model, reason);
+        else if (!root->loadFromFile(path))
             error = QStringLiteral("%1: was refused when it was loaded").arg(model);
         return error;
     });
@@ -295,7 +370,14 @@ void LiveDocument::restoreState(CBaseObject& item, const OvDocumentItem& record)
             refusals << error;
     }
     if (const QString environment = record.host.value(environmentKey()).toString(); !environment.isEmpty()) {
-        if (const QString error = sendEnvironment(item, m_pages.root(), environment); !error.isEmpty())
+        // Of the item's own files alone: a document may name any file of this machine's.
+        const QString folder = itemFolderOf(record.model);
+        const bool isOwn = isPlainRelativePath(environment) && itemFolderOf(environment) == folder;
+        const QString path = m_pages.root() + QLatin1Char('/') + environment;
+        QString error = isOwn ? whyNoEnvironment(path) : QStringLiteral("%1: is no file of the item").arg(environment);
+        if (error.isEmpty())
+            error = sendEnvironment(item, path, environment);
+        if (!error.isEmpty())
             refusals << error;
     }
     for (const QString& refusal : refusals)
@@ -306,8 +388,13 @@ void LiveDocument::restoreState(CBaseObject& item, const OvDocumentItem& record)
 bool LiveDocument::saveItem(CBaseObject& item, OvDocumentItem& record, QString& error)
 {
     record = itemRecord(item);
-    if (dynamic_cast<PlaceholderItem*>(&item))
+    if (const auto* placeholder = dynamic_cast<PlaceholderItem*>(&item)) {
+        // What waits keeps the document's own words; what has failed may have been moved.
+        const QRectF frame = item.getObjRect();
+        if (placeholder->state() == PlaceholderItem::State::failed && frame != itemFrame(record))
+            record.entries.insert(kRectKey, arrayOf(frame));
         return true;
+    }
     if (!saveItemState(item, m_pages.root(), record, error))
         return false;
     record.host.insert(QStringLiteral("type"), item.GetType());

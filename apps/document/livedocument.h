@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/common/linkfolder.h"
 #include "apps/document/documentservices.h"
 #include "apps/document/loaderthread.h"
 #include "apps/document/workingdocument.h"
@@ -41,6 +42,10 @@ public:
     /// Opens a document file; every item is a placeholder until it is loaded. @return null with `error` naming the file
     /// and the reason.
     static std::unique_ptr<LiveDocument> open(const QString& path, DocumentServices services, QString& error);
+
+    /// The same for a file that has been opened already, which a window does on another thread: unpacking takes long.
+    /// Never null.
+    static std::unique_ptr<LiveDocument> fromFile(std::unique_ptr<COvDocumentFile> file, DocumentServices services);
 
     /// Ends a load that is running; hands the items to the reaper; removes the working folder.
     ~LiveDocument() override;
@@ -104,6 +109,9 @@ Q_SIGNALS:
     /// Nothing will take the placeholder's place; it says why.
     void itemFailed(CBaseObject* placeholder, const QString& reason);
 
+    /// A line has been added to warnings(). Those of the file itself are there before anybody can listen.
+    void warned(const QString& text);
+
 private:
     LiveDocument(DocumentServices services, std::unique_ptr<COvDocumentFile> file);
 
@@ -121,12 +129,13 @@ private:
     void fail(Arriving& arriving, const QString& reason);
     void restoreState(CBaseObject& item, const OvDocumentItem& record);
     bool saveItem(CBaseObject& item, OvDocumentItem& record, QString& error);
-    bool clipItem(CBaseObject& item, ClippedItem& clip, QString& error);
+    bool clipItem(CBaseObject& item, ClippedItem& clip, qint64& room, QString& error);
     void pasteItem(COvPage& page, const ClippedItem& clip, QPointF shift, const Arrival& arrival);
     void warn(const QString& text);
 
     DocumentServices m_services;
     std::unique_ptr<COvDocumentFile> m_file;
+    LinkFolder m_links;
     WorkingDocument m_pages;
     COvPage m_nursery; ///< the page of items while they are loaded: it outlives every page that may be removed
     LoaderThread m_loader;
@@ -136,7 +145,17 @@ private:
 /// How the user knows an item: the name of its model.
 QString itemName(const OvDocumentItem& record);
 
-/// The item's rectangle as its document keeps it; the rectangle of a new item when it keeps none that is usable.
+/// Longest side of an item in scene units: an item's frames have a pixel a unit.
+inline constexpr double kMostItemSide = 8192;
+
+/// The item's rectangle as its document keeps it, with sides of at most kMostItemSide; the rectangle of a new item when
+/// it keeps none that is usable.
 QRectF itemFrame(const OvDocumentItem& record);
+
+/// A rectangle from anywhere, as an item may take it.
+QRectF boundedFrame(const QRectF& frame);
+
+/// Says so when itemFrame() is not what the document keeps; empty when it is, or when the document keeps none.
+QString whyFrameChanged(const OvDocumentItem& record);
 
 } // namespace ov3d::apps

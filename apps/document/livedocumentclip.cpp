@@ -1,3 +1,4 @@
+#include "apps/document/environmentpicture.h"
 #include "apps/document/itemclip.h"
 #include "apps/document/itementries.h"
 #include "apps/document/itemfolder.h"
@@ -28,10 +29,6 @@ bool readFile(const QString& path, QByteArray& content, QString& error)
         error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return false;
     }
-    if (file.size() > kMostClipBytes) {
-        error = QStringLiteral("%1: is too large to be copied").arg(path);
-        return false;
-    }
     content = file.readAll();
     return true;
 }
@@ -58,7 +55,9 @@ QByteArray streamWithModel(PlaceholderItem& carrier, const QString& model)
 
 } // namespace
 
-bool LiveDocument::clipItem(CBaseObject& item, ClippedItem& clip, QString& error)
+/// Names the files without reading them, so that what is too large is refused before gigabytes are read.
+/// @param room  bytes that the clipboard still takes.
+bool LiveDocument::clipItem(CBaseObject& item, ClippedItem& clip, qint64& room, QString& error)
 {
     OvDocumentItem record;
     if (!saveItem(item, record, error))
@@ -75,21 +74,17 @@ bool LiveDocument::clipItem(CBaseObject& item, ClippedItem& clip, QString& error
     }
     if (!environment.isEmpty() && !files.contains(environment))
         files << environment;
-    qint64 bytes = 0;
     for (const QString& file : files) {
-        ClippedFile copy{nameOf(file), {}};
         const QString path = m_pages.root() + QLatin1Char('/') + file;
         // What the model itself lacks stays missing.
         if (itemFolderOf(file) != folder || !QFileInfo(path).isFile())
             continue;
-        if (!readFile(path, copy.content, error))
+        room -= QFileInfo(path).size();
+        if (room < 0) {
+            error = QStringLiteral("%1: is too large to be copied with what is copied already").arg(itemName(record));
             return false;
-        bytes += copy.content.size();
-        clip.files.append(copy);
-    }
-    if (bytes > kMostClipBytes) {
-        error = QStringLiteral("%1: is too large to be copied").arg(itemName(record));
-        return false;
+        }
+        clip.files.append({nameOf(file), {}});
     }
     QDataStream out(&clip.stream, QIODevice::WriteOnly);
     out.setVersion(QDataStream::Qt_5_15);
@@ -104,15 +99,23 @@ bool LiveDocument::clipItem(CBaseObject& item, ClippedItem& clip, QString& error
 QByteArray LiveDocument::copyItems(const QList<CBaseObject*>& items, QString& error)
 {
     QVector<ClippedItem> clips;
+    qint64 room = kMostClipBytes;
     for (CBaseObject* item : items) {
         ClippedItem clip;
         if (dynamic_cast<PlaceholderItem*>(item) || itemRecord(*item).model.isEmpty()) {
             error = QStringLiteral("%1: is not loaded").arg(itemName(itemRecord(*item)));
             return {};
         }
-        if (!clipItem(*item, clip, error))
+        if (!clipItem(*item, clip, room, error))
             return {};
         clips.append(clip);
+    }
+    for (int i = 0; i < clips.size(); ++i) {
+        const QString folder = m_pages.root() + QLatin1Char('/') + itemFolderOf(itemRecord(*items[i]).model);
+        for (ClippedFile& file : clips[i].files) {
+            if (!readFile(folder + QLatin1Char('/') + file.name, file.content, error))
+                return {};
+        }
     }
     return writeClip(clips);
 }
@@ -159,7 +162,7 @@ void LiveDocument::pasteItem(COvPage& page, const ClippedItem& clip, QPointF shi
                                          : QStringLiteral("the item on the clipboard is damaged"));
         return;
     }
-    carrier->setObjRect(carrier->getObjRect().translated(shift));
+    carrier->setObjRect(boundedFrame(carrier->getObjRect().translated(shift)));
     carrier->updateAfterObjRectChanged(carrier, false);
     setItemRecord(*carrier, record);
     carrier->showArriving();
@@ -196,8 +199,8 @@ QString LiveDocument::setEnvironment(CBaseObject& item, const QString& path)
     QString relative;
     if (!path.isEmpty()) {
         QByteArray content;
-        QString error;
-        if (!readFile(path, content, error))
+        QString error = whyNoEnvironment(path);
+        if (!error.isEmpty() || !readFile(path, content, error))
             return error;
         // A new name each time: a viewer may still read the old one.
         for (int i = 1; relative.isEmpty() || QFileInfo::exists(m_pages.root() + QLatin1Char('/') + relative); ++i)
@@ -206,9 +209,10 @@ QString LiveDocument::setEnvironment(CBaseObject& item, const QString& path)
         if (!error.isEmpty())
             return error;
     }
-    if (const QString error = sendEnvironment(item, m_pages.root(), relative); !error.isEmpty()) {
+    const QString copy = relative.isEmpty() ? QString() : m_pages.root() + QLatin1Char('/') + relative;
+    if (const QString error = sendEnvironment(item, copy, path); !error.isEmpty()) {
         if (!relative.isEmpty())
-            QFile::remove(m_pages.root() + QLatin1Char('/') + relative);
+            QFile::remove(copy);
         return error;
     }
     record.files.removeAll(record.host.value(environmentKey()).toString());

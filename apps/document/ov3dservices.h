@@ -15,9 +15,11 @@ inline DocumentServices ov3dServices(const Plugin& plugin)
 {
     DocumentServices services;
     services.createItem = [&plugin] { return plugin.createItem(); };
-    services.listFiles = [](const QString& model, const std::function<void(const QString&)>& file) {
-        return ov3dViewerListFiles(QFile::encodeName(model).constData(),
-                                   [&file](const char* name) { file(QString::fromUtf8(name)); });
+    services.listFiles = [](const QString& model, const std::function<void(const QString&)>& file,
+                            const std::function<bool()>& cancelled) {
+        return ov3dViewerListFiles(
+            QFile::encodeName(model).constData(), [&file](const char* name) { file(QString::fromUtf8(name)); }, {},
+            cancelled);
     };
     services.abandonLoad = [] {
         if (const int run = lastViewerRun(); run > 0)

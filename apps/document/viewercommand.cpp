@@ -17,7 +17,7 @@ constexpr int kMaxTextBytes = 255; ///< the record holds 256 with the zero
 
 } // namespace
 
-QString sendViewerCommand(CBaseObject& item, int code, const QString& text)
+QString sendViewerCommand(CBaseObject& item, int code, const QString& text, const QString& refusal)
 {
     if (code < kFirstCommand)
         return QStringLiteral("%1 is no command").arg(code);
@@ -39,8 +39,7 @@ QString sendViewerCommand(CBaseObject& item, int code, const QString& text)
         out << QString::fromUtf8(QJsonDocument(record).toJson(QJsonDocument::Compact));
     }
     QDataStream in(bytes);
-    return item.SetSpecialProperty(kPropertyParams, in, false) ? QString()
-                                                               : QStringLiteral("the viewer refused the command");
+    return item.SetSpecialProperty(kPropertyParams, in, false) ? QString() : refusal;
 }
 
 } // namespace ov3d::apps

@@ -12,14 +12,20 @@ std::unique_ptr<COvDocumentFile> COvDocumentFile::create(QString& error)
     return folder ? std::make_unique<OpenedDocument>(std::move(folder)) : nullptr;
 }
 
-std::unique_ptr<COvDocumentFile> COvDocumentFile::open(const QString& path, QString& error)
+std::unique_ptr<COvDocumentFile> COvDocumentFile::open(const QString& path, QString& error, Access access,
+                                                       Failure* failure)
 {
+    Failure ignored = Failure::None;
+    Failure& result = failure ? *failure : ignored;
     WorkingFolder::sweepAbandoned();
     std::unique_ptr<WorkingFolder> folder = WorkingFolder::create(error);
-    if (!folder)
+    if (!folder) {
+        result = Failure::NoAccess;
         return nullptr;
+    }
     auto document = std::make_unique<OpenedDocument>(std::move(folder));
-    return document->read(path, error) ? std::move(document) : nullptr;
+    result = document->read(path, access, error);
+    return result == Failure::None ? std::move(document) : nullptr;
 }
 
 void COvDocumentFile::sweepAbandoned()

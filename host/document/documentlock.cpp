@@ -72,6 +72,18 @@ DocumentLock lockDocument(const QString& path)
     return result;
 }
 
+DocumentLock openForReading(const QString& path)
+{
+    DocumentLock result;
+    FileDescriptor file = FileDescriptor::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    result.problem = file.isValid() ? plainFileProblem(file) : lastSystemError();
+    if (!result.problem.isEmpty())
+        return result;
+    result.file = std::move(file);
+    result.readOnlyReason = permissionProblem(path);
+    return result;
+}
+
 QString saveTargetOf(const QString& path, QString& problem)
 {
     QString target = QDir::cleanPath(QFileInfo(path).absoluteFilePath());

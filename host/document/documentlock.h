@@ -18,6 +18,10 @@ struct DocumentLock
 /// behind, and is held by whatever name another program opens the file. Any thread.
 [[nodiscard]] DocumentLock lockDocument(const QString& path);
 
+/// Opens a document that others may change meanwhile: what has been opened stays as it is, since saving replaces files
+/// as a whole. Takes no lock. Any thread.
+[[nodiscard]] DocumentLock openForReading(const QString& path);
+
 /// The file that saving under `path` replaces: what a chain of links leads to in the end, there or not.
 /// @param problem  receives words when nothing can be saved under that path.
 [[nodiscard]] QString saveTargetOf(const QString& path, QString& problem);

@@ -68,7 +68,8 @@ bool OpenedDocument::save(const QString& path, const OvDocumentContent& content,
     // By name, since what another program has put there meanwhile is newer than what this document holds.
     QString ignored;
     if (problem.isEmpty() && isReadOnly() && target == saveTargetOf(m_path, ignored))
-        problem = m_readOnlyReason;
+        problem =
+            m_readOnlyReason.isEmpty() ? QStringLiteral("it has been opened for reading alone") : m_readOnlyReason;
     if (problem.isEmpty())
         problem = collectSources(saved, preview, sources);
     if (problem.isEmpty())
@@ -78,6 +79,7 @@ bool OpenedDocument::save(const QString& path, const OvDocumentContent& content,
         return false;
     }
     m_path = shownPath;
+    m_isReader = false;
     m_readOnlyReason.clear();
     m_content = saved;
     return true;

@@ -23,24 +23,38 @@ QString OpenedDocument::workingFolder() const
     return m_folder->path();
 }
 
-bool OpenedDocument::read(const QString& path, QString& error)
+OpenedDocument::Failure OpenedDocument::read(const QString& path, Access access, QString& error)
 {
     m_path = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    const QString problem = unpack(m_path);
-    if (!problem.isEmpty())
+    QString problem;
+    const Failure failure = unpack(m_path, access, problem);
+    if (failure != Failure::None)
         error = QStringLiteral("cannot open \"%1\": %2").arg(m_path, problem);
-    return problem.isEmpty();
+    return failure;
 }
 
-QString OpenedDocument::unpack(const QString& path)
+OpenedDocument::Failure OpenedDocument::unpack(const QString& path, Access access, QString& problem)
 {
-    DocumentLock lock = lockDocument(path);
-    if (!lock.file.isValid())
-        return lock.problem;
+    DocumentLock lock = access == Access::Editing ? lockDocument(path) : openForReading(path);
+    if (!lock.file.isValid()) {
+        problem = lock.problem;
+        return Failure::NoAccess;
+    }
     m_file = std::move(lock.file);
+    m_isReader = access == Access::Reading;
     m_readOnlyReason = lock.readOnlyReason;
-    Replacement::sweepAbandoned(QFileInfo(path).canonicalFilePath());
-    return unpackDocument(m_file.get(), m_folder->path(), m_content, m_warnings);
+    if (access == Access::Editing)
+        Replacement::sweepAbandoned(QFileInfo(path).canonicalFilePath());
+    UnpackedDocument unpacked = unpackDocument(m_file.get(), m_folder->path());
+    if (!unpacked.problem.isEmpty()) {
+        problem = unpacked.problem;
+        return unpacked.isFolderAtFault ? Failure::NoAccess : Failure::NoDocument;
+    }
+    m_content = std::move(unpacked.content);
+    m_warnings = std::move(unpacked.warnings);
+    if (m_readOnlyReason.isEmpty() && !unpacked.damaged.isEmpty())
+        m_readOnlyReason = QStringLiteral("saving it would lose its damaged file \"%1\"").arg(unpacked.damaged.first());
+    return Failure::None;
 }
 
 } // namespace ov3d::document

@@ -19,19 +19,19 @@ public:
     ~OpenedDocument() override;
 
     /// Locks, checks and unpacks a file; once, and before anything else.
-    /// @return false with `error` naming the file and the reason; the object is of no use then.
-    [[nodiscard]] bool read(const QString& path, QString& error);
+    /// @return a failure with `error` naming the file and the reason; the object is of no use then.
+    [[nodiscard]] Failure read(const QString& path, Access access, QString& error);
 
     [[nodiscard]] QString path() const override { return m_path; }
     [[nodiscard]] QString workingFolder() const override;
-    [[nodiscard]] bool isReadOnly() const override { return !m_readOnlyReason.isEmpty(); }
+    [[nodiscard]] bool isReadOnly() const override { return m_isReader || !m_readOnlyReason.isEmpty(); }
     [[nodiscard]] QString readOnlyReason() const override { return m_readOnlyReason; }
     [[nodiscard]] const OvDocumentContent& content() const override { return m_content; }
     [[nodiscard]] QStringList warnings() const override { return m_warnings; }
     bool save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error) override;
 
 private:
-    [[nodiscard]] QString unpack(const QString& path);
+    [[nodiscard]] Failure unpack(const QString& path, Access access, QString& problem);
     [[nodiscard]] QString collectSources(const OvDocumentContent& content, const QImage& preview,
                                          QVector<ZipSource>& sources) const;
     [[nodiscard]] QString writeTo(const QString& target, const QVector<ZipSource>& sources);
@@ -39,6 +39,7 @@ private:
     std::unique_ptr<WorkingFolder> m_folder;
     FileDescriptor m_file; ///< open as long as the document is, since it holds the document's lock
     QString m_path;
+    bool m_isReader = false; ///< opened without the lock
     QString m_readOnlyReason;
     OvDocumentContent m_content;
     QStringList m_warnings;

@@ -63,38 +63,47 @@ QString readContent(ZipReader& reader, const Places& places, OvDocumentContent& 
     return contentFromJson(buffer.data(), content);
 }
 
-QString unpackResource(ZipReader& reader, const ZipEntry& entry, const QString& target, QStringList& warnings)
+QString folderProblem(UnpackedDocument& result, const QString& problem)
 {
+    result.isFolderAtFault = true;
+    return problem;
+}
+
+QString unpackResource(ZipReader& reader, const ZipEntry& entry, const QString& folder, const QString& path,
+                       UnpackedDocument& result)
+{
+    const QString target = folder + QLatin1Char('/') + path;
     if (!QDir().mkpath(QFileInfo(target).path()))
-        return QStringLiteral("the folder \"%1\" cannot be made").arg(QFileInfo(target).path());
+        return folderProblem(result, QStringLiteral("the folder \"%1\" cannot be made").arg(QFileInfo(target).path()));
     CheckedFile file(target);
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
-        return QStringLiteral("\"%1\" cannot be written: %2").arg(target, file.errorString());
+        return folderProblem(result, QStringLiteral("\"%1\" cannot be written: %2").arg(target, file.errorString()));
     QString reason;
     switch (reader.extract(entry, file, reason)) {
     case ZipReader::Extraction::Done:
         break;
     case ZipReader::Extraction::Damaged:
-        warnings << reason;
+        result.warnings << reason;
+        result.damaged << path;
         file.remove();
         break;
     case ZipReader::Extraction::Untrue:
         return reason;
     case ZipReader::Extraction::CannotWrite:
-        return QStringLiteral("\"%1\" cannot be written: %2")
-            .arg(target, file.failure().isEmpty() ? reason : file.failure());
+        return folderProblem(result, QStringLiteral("\"%1\" cannot be written: %2")
+                                         .arg(target, file.failure().isEmpty() ? reason : file.failure()));
     }
     return {};
 }
 
-QString unpackResources(ZipReader& reader, const Places& places, const QString& folder, QStringList& warnings)
+QString unpackResources(ZipReader& reader, const Places& places, const QString& folder, UnpackedDocument& result)
 {
     // In the file's own order, which is the order in which a disk reads it best.
     for (const ZipEntry& entry : reader.entries()) {
         QString path;
         if (entry.isFolder || !readEntryName(entry.name, path).isEmpty() || !isResourcePath(path))
             continue;
-        const QString problem = unpackResource(reader, places.value(path), folder + QLatin1Char('/') + path, warnings);
+        const QString problem = unpackResource(reader, places.value(path), folder, path, result);
         if (!problem.isEmpty())
             return problem;
     }
@@ -118,23 +127,26 @@ void reportMissing(const OvDocumentContent& content, const Places& places, QStri
 
 } // namespace
 
-QString unpackDocument(int descriptor, const QString& folder, OvDocumentContent& content, QStringList& warnings)
+UnpackedDocument unpackDocument(int descriptor, const QString& folder)
 {
+    UnpackedDocument result;
     QFile file;
-    if (!file.open(descriptor, QIODevice::ReadOnly, QFileDevice::DontCloseHandle))
-        return file.errorString();
+    if (!file.open(descriptor, QIODevice::ReadOnly, QFileDevice::DontCloseHandle)) {
+        result.problem = file.errorString();
+        return result;
+    }
     ZipReader reader(file);
     Places places;
-    QString problem = reader.readDirectory();
-    if (problem.isEmpty())
-        problem = readPlaces(reader.entries(), places);
-    if (problem.isEmpty())
-        problem = readContent(reader, places, content);
-    if (problem.isEmpty())
-        problem = unpackResources(reader, places, folder, warnings);
-    if (problem.isEmpty())
-        reportMissing(content, places, warnings);
-    return problem;
+    result.problem = reader.readDirectory();
+    if (result.problem.isEmpty())
+        result.problem = readPlaces(reader.entries(), places);
+    if (result.problem.isEmpty())
+        result.problem = readContent(reader, places, result.content);
+    if (result.problem.isEmpty())
+        result.problem = unpackResources(reader, places, folder, result);
+    if (result.problem.isEmpty())
+        reportMissing(result.content, places, result.warnings);
+    return result;
 }
 
 } // namespace ov3d::document

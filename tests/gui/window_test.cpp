@@ -1,27 +1,13 @@
-#include "apps/board/boardwindow.h"
-#include "apps/board/pageview.h"
-#include "apps/common/environment.h"
-#include "apps/common/workplace.h"
-#include "apps/document/ov3dservices.h"
-#include "tests/support/testbase.h"
-#include "viewer/session/ov3dviewer.h"
+#include "tests/gui/boardfixture.h"
 
-#include <QApplication>
 #include <QCheckBox>
-#include <QDir>
-#include <QLabel>
 #include <QMouseEvent>
-#include <QTest>
 #include <QWheelEvent>
-
-#include <cstdio>
-
-#include <unistd.h>
 
 using namespace ov3d::apps;
 
 /// A person at the window: each test function goes on where the last one ended, with one model on the page.
-class WindowTest : public TestBase
+class WindowTest : public BoardFixture
 {
     Q_OBJECT
 
@@ -42,40 +28,13 @@ private Q_SLOTS:
     void screenshot();
 
 private:
-    [[nodiscard]] QWidget* viewport() const { return m_window->view()->viewport(); }
-    [[nodiscard]] QImage page() const { return viewport()->grab().toImage(); }
-    [[nodiscard]] QString status() const { return m_window->findChild<QLabel*>(QStringLiteral("statusText"))->text(); }
-    [[nodiscard]] QPoint at(double x, double y) const { return m_window->view()->mapFromScene(QPointF(x, y)); }
     void moveTo(QPoint point) const
     {
         QMouseEvent event(QEvent::MouseMove, point, viewport()->mapToGlobal(point), Qt::NoButton, Qt::LeftButton,
                           Qt::NoModifier);
         QApplication::sendEvent(viewport(), &event);
     }
-    void press(int key, Qt::KeyboardModifiers modifiers) const { QTest::keyClick(m_window, Qt::Key(key), modifiers); }
 
-    /// Waits until the viewer owes nothing and the page no longer changes.
-    bool settle() const
-    {
-        QImage last;
-        return waitFor(
-            [&] {
-                if (m_window->isLoading() || ov3dViewerPending() != 0)
-                    return false;
-                QTest::qWait(150); // longer than the item's pause between two frames
-                const QImage now = page();
-                const bool rests = now == last && ov3dViewerPending() == 0;
-                last = now;
-                return rests;
-            },
-            30000);
-    }
-
-    const QString m_folder = QDir::currentPath(); ///< before the workplace changes it
-    StandardStreams m_streams;
-    Workplace m_workplace;
-    Plugin m_plugin;
-    BoardWindow* m_window = nullptr;
     QImage m_fresh;
     QImage m_turned;
     QImage m_zoomed;
@@ -84,13 +43,8 @@ private:
 
 void WindowTest::initTestCase()
 {
-    QVERIFY2(m_plugin.load(QStringLiteral(OV3D_PLUGIN)), qPrintable(m_plugin.error()));
-    m_plugin.setViewer(&ov3dViewer);
-    m_window = new BoardWindow({m_plugin, m_streams, m_workplace.framework(), ov3dServices(m_plugin)});
-    m_window->resize(1280, 800);
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window));
-    m_window->openModels({QDir(QStringLiteral(OV3D_SAMPLES)).absoluteFilePath(QStringLiteral("sample.glb"))});
+    QVERIFY(showWindow());
+    m_window->openModels({sample("sample.glb")});
     QVERIFY(settle());
     QCOMPARE(m_window->failureCount(), 0);
     m_fresh = page();
@@ -240,10 +194,11 @@ void WindowTest::savedDocumentOpensWithTheSamePicture()
 
 void WindowTest::secondWindowOnTheSameFileIsReadOnly()
 {
-    BoardWindow second({m_plugin, m_streams, m_workplace.framework(), ov3dServices(m_plugin)});
-    const bool opened = second.openDocument(m_file);
-    const QString title = second.windowTitle();
-    second.closeDocument();
+    const std::unique_ptr<BoardWindow> second = makeWindow();
+    QVERIFY(second);
+    const bool opened = second->openDocument(m_file);
+    const QString title = second->windowTitle();
+    second->closeDocument();
     m_workplace.framework().setCurrentDocument(&m_window->document()->pages());
     QVERIFY(opened);
     QVERIFY2(title.contains(QLatin1String("read-only")), qPrintable(title));
@@ -261,22 +216,21 @@ void WindowTest::windowAnswersWhileDocumentsLoad()
     QVERIFY(!m_window->findChild<QWidget*>(QStringLiteral("loadProgress"))->isVisibleTo(m_window));
 }
 
-/// For people: window.png in the test's folder.
+/// For people: window.png and sky.png in the test's folder.
 void WindowTest::screenshot()
 {
+    m_window->document()->items().first()->setSelected(true);
     QVERIFY(m_window->grab().save(m_folder + QStringLiteral("/window.png")));
+    const QColor behind = page().pixelColor(at(400, 120));
+    m_window->findChild<QCheckBox*>(QStringLiteral("enable_sky"))->click();
+    QVERIFY(settle());
+    QVERIFY(page().pixelColor(at(400, 120)) != behind);
+    QVERIFY(m_window->grab().save(m_folder + QStringLiteral("/sky.png")));
 }
 
 int main(int argc, char** argv)
 {
-    makeLocaleUtf8();
-    QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("ov3d"));
-    auto* test = new WindowTest;
-    const int failures = QTest::qExec(test, argc, argv);
-    std::fflush(nullptr);
-    // As the program itself does: items need seconds to end, and the renderers end with this process.
-    ::_exit(failures);
+    runBoardTest<WindowTest>(argc, argv);
 }
 
 #include "window_test.moc"

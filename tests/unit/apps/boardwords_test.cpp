@@ -1,9 +1,12 @@
 #include "apps/board/boardoptions.h"
 #include "apps/board/gesturename.h"
 #include "apps/board/placement.h"
+#include "apps/board/settingwords.h"
+#include "apps/document/itemsettings.h"
 #include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
 
+#include <algorithm>
 #include <cmath>
 
 using namespace ov3d::apps;
@@ -21,6 +24,7 @@ private Q_SLOTS:
     void placesLieOnThePageAndApart_data();
     void placesLieOnThePageAndApart();
     void oneModelHasTheUsualSizeInTheMiddle();
+    void everySettingOfThePanelHasWordsOfItsOwn();
 };
 
 void BoardWordsTest::dragIsNamedAfterButtonAndModifiers_data()
@@ -106,6 +110,26 @@ void BoardWordsTest::oneModelHasTheUsualSizeInTheMiddle()
 {
     QCOMPARE(placesOnPage({1920, 1080}, 1).value(0), QRectF(320, 60, 1280, 960));
     QVERIFY(placesOnPage({1920, 1080}, 0).isEmpty());
+}
+
+void BoardWordsTest::everySettingOfThePanelHasWordsOfItsOwn()
+{
+    QStringList titles;
+    for (const SettingGroup& group : panelGroups()) {
+        QVERIFY(!group.keys.isEmpty());
+        for (const QString& key : group.keys) {
+            const auto& infos = settingInfos();
+            QVERIFY2(std::any_of(infos.begin(), infos.end(),
+                                 [&key](const SettingInfo& info) { return key == QLatin1String(info.key); }),
+                     qPrintable(key));
+            QVERIFY2(!settingLabel(key).isEmpty() && !settingHint(key).isEmpty(), qPrintable(key));
+            QVERIFY2(!titles.contains(settingTitle(key)), qPrintable(settingTitle(key)));
+            titles << settingTitle(key);
+        }
+    }
+    QVERIFY(titles.size() > 10);
+    QVERIFY(settingLabel(QStringLiteral("nothing")).isEmpty());
+    QCOMPARE(settingTitle(QStringLiteral("nothing")), QStringLiteral("nothing"));
 }
 
 OV3D_TEST_MAIN(BoardWordsTest)

@@ -51,7 +51,7 @@ private:
     {
         return copyModelIn(
             *m_document, model,
-            [&](const QString&, const std::function<void(const QString&)>& file) {
+            [&](const QString&, const std::function<void(const QString&)>& file, const std::function<bool()>&) {
                 for (const QString& name : sideFiles)
                     file(name);
                 return isListed;

@@ -48,7 +48,7 @@ protected:
                     m_items << item;
                     return item;
                 },
-                [this](const QString&, const std::function<void(const QString&)>& file) {
+                [this](const QString&, const std::function<void(const QString&)>& file, const std::function<bool()>&) {
                     for (const QString& name : m_sideFiles)
                         file(name);
                     return true;

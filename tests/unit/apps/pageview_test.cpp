@@ -74,12 +74,31 @@ private Q_SLOTS:
     void itemDoesNotOutgrowItsFirstFrameMemory();
     void viewWithoutAPageTakesThePointer();
     void removedItemComesBackWithUndo();
+    void itemThatComesBackLiesWhereItLay();
+    void itemsRemovedTogetherComeBackInTheirOrder();
+    void insertionThatIsRedoneLiesWhereItLay();
+    void lockedItemIsSelectedAndNothingMore();
+    void lockIsUndone();
     void itemThatNoCommandNeedsIsReleasedElsewhere();
 
 private:
     /// Where a point of the page lies in the view.
     QPoint at(double x, double y) const { return m_view->mapFromScene(QPointF(x, y)); }
     void drag(const QPoint& from, const QPoint& to);
+
+    /// Another item on the page, above the others and over a part of each.
+    CBaseObject* addItem()
+    {
+        auto* item = new PlainItem;
+        applyFrame(*item, QRectF(300, 150, 400, 300));
+        m_page->addObject(item);
+        return item;
+    }
+    void push(CBaseObject* item, PresenceCommand::Kind kind)
+    {
+        m_document->undoStack()->push(new PresenceCommand(m_page, std::make_shared<ItemHolder>(item), kind));
+    }
+    using Objects = QList<COVRootObject*>;
 
     std::unique_ptr<COvDocument> m_document;
     COvPage* m_page = nullptr;
@@ -227,6 +246,72 @@ void PageViewTest::removedItemComesBackWithUndo()
     QCOMPARE(m_page->objects().size(), 1);
     stack->clear();
     QCOMPARE(g_released.load(), 0); // it is on the page, so it lives
+}
+
+void PageViewTest::itemThatComesBackLiesWhereItLay()
+{
+    CBaseObject* upper = addItem();
+    push(m_item, PresenceCommand::Kind::removal);
+    QCOMPARE(m_page->objects(), Objects{upper});
+    m_document->undoStack()->undo();
+    QCOMPARE(m_page->objects(), (Objects{m_item, upper}));
+    QCOMPARE(m_page->scene()->itemAt(QPointF(400, 200), QTransform()), upper->GetGraphicsItemPtr());
+
+    // What lay directly above is gone for good: the next one counts.
+    CBaseObject* top = addItem();
+    push(m_item, PresenceCommand::Kind::removal);
+    m_page->takeObject(upper);
+    upper->Release();
+    m_document->undoStack()->undo();
+    QCOMPARE(m_page->objects(), (Objects{m_item, top}));
+}
+
+void PageViewTest::itemsRemovedTogetherComeBackInTheirOrder()
+{
+    CBaseObject* middle = addItem();
+    CBaseObject* top = addItem();
+    push(m_item, PresenceCommand::Kind::removal);
+    push(middle, PresenceCommand::Kind::removal);
+    m_document->undoStack()->undo();
+    m_document->undoStack()->undo();
+    QCOMPARE(m_page->objects(), (Objects{m_item, middle, top}));
+}
+
+void PageViewTest::insertionThatIsRedoneLiesWhereItLay()
+{
+    CBaseObject* middle = addItem();
+    push(middle, PresenceCommand::Kind::insertion);
+    CBaseObject* top = addItem();
+    m_document->undoStack()->undo();
+    QCOMPARE(m_page->objects(), (Objects{m_item, top}));
+    m_document->undoStack()->redo();
+    QCOMPARE(m_page->objects(), (Objects{m_item, middle, top}));
+}
+
+void PageViewTest::lockedItemIsSelectedAndNothingMore()
+{
+    m_item->setLocked(true);
+    m_item->setSelected(false);
+    const QSignalSpy told(m_view.get(), &PageView::gestureEnded);
+    drag(at(400, 250), at(450, 250));
+    QVERIFY(m_item->isSelected());
+    QCOMPARE(m_item->moves, 0);
+    QCOMPARE(told.count(), 1);
+    QVERIFY(told.first().first().toString().contains(QLatin1String("locked")));
+    drag(at(300, 100), at(350, 120));
+    drag(at(600, 400), at(500, 350));
+    QCOMPARE(m_item->getObjRect(), QRectF(200, 100, 400, 300));
+    QCOMPARE(m_document->undoStack()->count(), 0);
+}
+
+void PageViewTest::lockIsUndone()
+{
+    m_document->undoStack()->push(new LockCommand(m_item, true));
+    QVERIFY(m_item->isLocked());
+    m_document->undoStack()->undo();
+    QVERIFY(!m_item->isLocked());
+    m_document->undoStack()->redo();
+    QVERIFY(m_item->isLocked());
 }
 
 void PageViewTest::itemThatNoCommandNeedsIsReleasedElsewhere()

@@ -41,6 +41,33 @@ private Q_SLOTS:
         QCOMPARE(helper.nextLine(), cannotSave("a.ovb", kOpenElsewhere));
     }
 
+    void readingTakesNoLockAndStaysAsItWas()
+    {
+        saved("a.ovb");
+        QString error;
+        const auto reader = COvDocumentFile::open(file("a.ovb"), error, COvDocumentFile::Access::Reading);
+        QVERIFY2(reader, qUtf8Printable(error));
+        QVERIFY(reader->isReadOnly());
+        QCOMPARE(reader->readOnlyReason(), QString());
+        const auto editor = open("a.ovb");
+        QVERIFY(!editor->isReadOnly());
+        QVERIFY2(editor->save(file("a.ovb"), OvDocumentContent(), QImage(), error), qUtf8Printable(error));
+        QCOMPARE(reader->content().pages.size(), 1);
+        QVERIFY(!reader->save(file("a.ovb"), reader->content(), QImage(), error));
+        QCOMPARE(error, cannotSave("a.ovb", QStringLiteral("it has been opened for reading alone")));
+    }
+
+    void failureTellsWhoseFaultItIs()
+    {
+        QString error;
+        auto failure = COvDocumentFile::Failure::None;
+        writeFile(file("text.ovb"), "words");
+        QVERIFY(!COvDocumentFile::open(file("text.ovb"), error, COvDocumentFile::Access::Reading, &failure));
+        QCOMPARE(failure, COvDocumentFile::Failure::NoDocument);
+        QVERIFY(!COvDocumentFile::open(file("gone.ovb"), error, COvDocumentFile::Access::Reading, &failure));
+        QCOMPARE(failure, COvDocumentFile::Failure::NoAccess);
+    }
+
     void lockGoesWithTheDocument()
     {
         saved("a.ovb");

@@ -263,6 +263,25 @@ private Q_SLOTS:
         QCOMPARE(readFile(opened->workingFolder() + "/resources/1/d.stl"), QByteArray("four"));
     }
 
+    void damagedDocumentIsSavedUnderAnotherNameAlone()
+    {
+        ZipBuilder zip;
+        zip.add("document.json", emptyContentText());
+        zip.add("resources/1/b.stl", "two").checksum ^= 1;
+        writeFile(file("a.ovb"), zip.build());
+        const QByteArray before = readFile(file("a.ovb"));
+        const auto opened = open("a.ovb");
+        QVERIFY(opened->isReadOnly());
+        QCOMPARE(opened->readOnlyReason(),
+                 QStringLiteral("saving it would lose its damaged file \"resources/1/b.stl\""));
+        QString error;
+        QVERIFY(!opened->save(file("a.ovb"), opened->content(), QImage(), error));
+        QCOMPARE(readFile(file("a.ovb")), before);
+        save(*opened, "b.ovb", opened->content());
+        QVERIFY(!opened->isReadOnly());
+        QCOMPARE(readFile(file("a.ovb")), before);
+    }
+
     void folderEntriesAndFilesOfOthersAreLeftAside()
     {
         ZipBuilder zip;

@@ -107,6 +107,10 @@ void FileChecksTest::soundFilesPass_data()
     QTest::newRow("STL as text") << int{kFormatStl} << QByteArray("  solid x\nendsolid x\n");
     QTest::newRow("STL as bytes") << int{kFormatStl} << stl(3, 3);
     QTest::newRow("STL as bytes that begin like text") << int{kFormatStl} << "solid" + stl(2, 2).mid(5);
+    QTest::newRow("STL as bytes that begin like text, with bytes behind its end")
+        << int{kFormatStl} << "solid" + stl(2, 2).mid(5) + "zz";
+    QTest::newRow("STL as text with a UTF-8 mark")
+        << int{kFormatStl} << QByteArray("\xEF\xBB\xBFsolid x\nendsolid x\n");
     QTest::newRow("OBJ with a UTF-8 mark") << int{kFormatObj} << QByteArray("\xEF\xBB\xBFv 0 0 0\n");
 }
 

@@ -4,6 +4,7 @@
 #include "tests/unit/renderer/modelfolder.h"
 #include "viewer/renderer/import/gltfcheck.h"
 
+#include <QJsonDocument>
 #include <QVector>
 
 using namespace ov3d::renderer;
@@ -87,6 +88,10 @@ private Q_SLOTS:
     void otherRequiredExtensionsAreNoted();
     void dracoIsNoFault();
     void animationsAreHidden();
+    void skeletonsWithoutBonesAreHidden();
+    void skeletonsGetTheMatricesThatTheyStandFor();
+    void numberOfBonesIsBounded();
+    void cornersOfMeshesThatShareThemAreBounded();
 };
 
 void GltfCheckTest::soundFilesPass()
@@ -306,6 +311,70 @@ void GltfCheckTest::animationsAreHidden()
     const GltfCheck result = check(text);
     QCOMPARE(result.hidden.size(), std::size_t{1});
     QCOMPARE(result.hidden.front().data() - text.constData(), static_cast<std::ptrdiff_t>(text.indexOf("animations")));
+}
+
+void GltfCheckTest::skeletonsWithoutBonesAreHidden()
+{
+    for (const QJsonValue& joints : {QJsonValue(QJsonArray()), QJsonValue(QJsonValue::Undefined)}) {
+        Builder gltf = skinnedTriangle({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+        gltf.change("skins", 0, "joints", joints);
+        const QByteArray text = gltf.text();
+        const GltfCheck result = check(text);
+        QCOMPARE(result.reason, std::string());
+        QCOMPARE(result.notes, std::vector<std::string>{"a skeleton without bones is not followed"});
+        QCOMPARE(result.hidden.size(), std::size_t{1});
+        QCOMPARE(result.hidden.front().data() - text.constData(), std::ptrdiff_t{text.indexOf("skin\":0")});
+    }
+}
+
+void GltfCheckTest::skeletonsGetTheMatricesThatTheyStandFor()
+{
+    Builder gltf = skinnedTriangle({0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
+    gltf.change("skins", 0, "inverseBindMatrices", QJsonValue(QJsonValue::Undefined));
+    const QJsonArray skins = gltf.json["skins"].toArray();
+    gltf.json["skins"] = QJsonArray{skins[0], QJsonObject{{"joints", QJsonArray{1}}},
+                                    QJsonObject{{"joints", QJsonArray{1, 2}}, {"inverseBindMatrices", 4}}};
+    const GltfCheck result = check(gltf.text());
+    QCOMPARE(result.reason, std::string());
+    const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(result.json)).object();
+    const QList<int> wanted{5, 5, 4};
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(json["skins"].toArray()[i].toObject()["inverseBindMatrices"].toInt(), wanted[i]);
+    const QJsonObject accessor = json["accessors"].toArray()[5].toObject();
+    QCOMPARE(accessor["type"].toString(), QString("MAT4"));
+    QCOMPARE(accessor["count"].toInt(), 2);
+    // What comes out is sound itself, and needs no more.
+    QCOMPARE(check(QByteArray::fromStdString(result.json)).reason, std::string());
+    QCOMPARE(check(QByteArray::fromStdString(result.json)).json, std::string());
+}
+
+void GltfCheckTest::numberOfBonesIsBounded()
+{
+    QJsonArray bones;
+    while (bones.size() <= static_cast<int>(kMaxBones))
+        bones.append(1);
+    Builder gltf = skinnedTriangle({0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
+    gltf.json["skins"] = QJsonArray{QJsonObject{{"joints", bones}}};
+    QCOMPARE(reason(gltf), QString("has a skeleton of more bones than allowed"));
+    bones.removeLast();
+    gltf.json["skins"] = QJsonArray{QJsonObject{{"joints", bones}}};
+    QCOMPARE(reason(gltf), QString());
+}
+
+void GltfCheckTest::cornersOfMeshesThatShareThemAreBounded()
+{
+    Builder gltf = triangle();
+    const int corners = 30000;
+    gltf.addShorts(QVector<quint16>(corners, 0), "SCALAR");
+    const QJsonObject primitive{{"attributes", QJsonObject{{"POSITION", 0}}}, {"indices", 2}};
+    QJsonArray primitives;
+    while (static_cast<std::uint64_t>(primitives.size() + 1) * corners <= kMaxGltfCorners)
+        primitives.append(primitive);
+    gltf.json["meshes"] = QJsonArray{QJsonObject{{"primitives", primitives}}};
+    QCOMPARE(reason(gltf), QString());
+    gltf.json["meshes"] =
+        QJsonArray{QJsonObject{{"primitives", primitives}}, QJsonObject{{"primitives", QJsonArray{primitive}}}};
+    QCOMPARE(reason(gltf), QString("claims more elements than allowed"));
 }
 
 OV3D_TEST_MAIN(GltfCheckTest)

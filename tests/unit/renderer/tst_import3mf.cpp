@@ -279,9 +279,10 @@ void Import3mfTest::badFilesAreRefused_data()
         << package(object(1), "<item objectid=\"8\"/>") << "is damaged: it places an object that does not exist";
     // The check knows only the objects, not how much is in them.
     QTest::newRow("more triangles than allowed")
-        << package(object(1).replace("</triangles>", QByteArray("<triangle v1=\"0\" v2=\"2\" v3=\"1\"/>").repeated(5000) +
-                                                         "</triangles>"),
-                   QByteArray(kItem).repeated(4001))
+        << package(
+               object(1).replace("</triangles>",
+                                 QByteArray("<triangle v1=\"0\" v2=\"2\" v3=\"1\"/>").repeated(5000) + "</triangles>"),
+               QByteArray(kItem).repeated(4001))
         << "repeats its objects too often";
     // The reader knows the name space of models by its address, under whatever prefix.
     QByteArray tower = "<resources>" + object(1);

@@ -9,6 +9,7 @@
 #include <QVector>
 #include <QtEndian>
 #include <cmath>
+#include <limits>
 
 using namespace importing;
 using gltffiles::Builder;
@@ -77,8 +78,13 @@ private Q_SLOTS:
     void facesWithoutNumbersAreLeftOutAndNoted();
     void facesWithCornersThatDoNotExistAreLeftOutAndNoted();
     void skinIsShownInItsPose();
+    void skinWithoutMatricesIsShownInItsPose();
+    void skinWithoutBonesIsNotFollowed();
     void shapesStandAtTheirWeights();
     void animationsMayBeBroken();
+    void firstAnimationGivesThePose_data();
+    void firstAnimationGivesThePose();
+    void shapesStandWhereTheFirstAnimationBegins();
     void firstBufferOfAGlbMayBeElsewhere();
     void allMaterialLibrariesOfAnObjAreRead_data();
     void allMaterialLibrariesOfAnObjAreRead();
@@ -86,6 +92,10 @@ private Q_SLOTS:
     void whatAnObjHoldsInVainIsNoted();
     void modelsOfAnFbxInThemselvesAreRefused();
     void markBeforeGltfTextIsSkipped();
+    void bothFormsOfAnStlAreTold_data();
+    void bothFormsOfAnStlAreTold();
+    void optionsBeforeATextureMayBeShort_data();
+    void optionsBeforeATextureMayBeShort();
     void deepNodesAreRefusedBeforeAssimp();
     void axesOfAnFbxAreReadAsTheyStand();
     void pictureInAnFbxIsFound();
@@ -224,6 +234,29 @@ void ImportAssimpTest::skinIsShownInItsPose()
     QCOMPARE(result.model.box_max.z, 5.0);
 }
 
+void ImportAssimpTest::skinWithoutMatricesIsShownInItsPose()
+{
+    Builder builder = gltffiles::skinnedTriangle({0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
+    builder.change("skins", 0, "inverseBindMatrices", QJsonValue(QJsonValue::Undefined));
+    for (const bool packed : {false, true}) {
+        const ImportResult result =
+            packed ? importFile(*m_folder, "model.glb", builder.glb(), kFormatGlb) : gltf(builder);
+        QCOMPARE(reason(result), QString("ok"));
+        QCOMPARE(result.model.box_min.z, 5.0);
+        QCOMPARE(result.model.box_max.z, 5.0);
+    }
+}
+
+void ImportAssimpTest::skinWithoutBonesIsNotFollowed()
+{
+    Builder builder = gltffiles::skinnedTriangle({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    builder.change("skins", 0, "joints", QJsonArray());
+    const ImportResult result = gltf(builder);
+    QCOMPARE(reason(result), QString("ok"));
+    QCOMPARE(result.model.box_max.z, 0.0);
+    QCOMPARE(notes(result), QStringList{"a skeleton without bones is not followed"});
+}
+
 void ImportAssimpTest::shapesStandAtTheirWeights()
 {
     for (const double weight : {0.0, 0.5, 1.0}) {
@@ -246,6 +279,75 @@ void ImportAssimpTest::animationsMayBeBroken()
         QJsonArray{QJsonObject{{"samplers", QJsonArray{sampler}}, {"channels", QJsonArray{channel}}}};
     QCOMPARE(reason(gltf(builder)), QString("ok"));
     QCOMPARE(reason(importFile(*m_folder, "model.glb", builder.glb(), kFormatGlb)), QString("ok"));
+}
+
+void ImportAssimpTest::firstAnimationGivesThePose_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QVector<float>>("keys");
+    QTest::addColumn<QString>("interpolation");
+    QTest::addColumn<QJsonObject>("node");
+    QTest::addColumn<double>("smallestX");
+    QTest::addColumn<double>("largestX");
+    const QJsonObject bare{{"mesh", 0}};
+    const QJsonObject placed{{"mesh", 0}, {"translation", QJsonArray{9, 9, 9}}};
+    const QJsonObject fixed{{"mesh", 0}, {"matrix", QJsonArray{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 2, 0, 0, 1}}};
+    const auto row = [](const char* name, const char* path, const QVector<float>& keys, const char* kind,
+                        const QJsonObject& node, double smallest,
+                        double largest) { QTest::newRow(name) << path << keys << kind << node << smallest << largest; };
+    row("translation", "translation", {4, 0, 0, 5, 0, 0}, "LINEAR", bare, 4, 5);
+    row("translation of a node that stands elsewhere", "translation", {4, 0, 0}, "STEP", placed, 4, 5);
+    row("scale", "scale", {3, 1, 1}, "LINEAR", bare, 0, 3);
+    row("half a turn", "rotation", {0, 0, 1, 0}, "LINEAR", bare, -1, 0);
+    row("value between tangents", "translation", {7, 7, 7, 4, 0, 0, 8, 8, 8}, "CUBICSPLINE", bare, 4, 5);
+    row("tangent alone", "translation", {7, 7, 7}, "CUBICSPLINE", bare, 0, 1);
+    row("no number", "translation", {std::numeric_limits<float>::quiet_NaN(), 0, 0}, "LINEAR", bare, 0, 1);
+    row("no rotation", "rotation", {0, 0, 0, 0}, "LINEAR", bare, 0, 1);
+    row("node of a matrix", "translation", {4, 0, 0}, "LINEAR", fixed, 2, 3);
+    row("unknown path", "colour", {4, 0, 0}, "LINEAR", bare, 0, 1);
+}
+
+void ImportAssimpTest::firstAnimationGivesThePose()
+{
+    QFETCH(QString, path);
+    QFETCH(QVector<float>, keys);
+    QFETCH(QString, interpolation);
+    QFETCH(QJsonObject, node);
+    QFETCH(double, smallestX);
+    QFETCH(double, largestX);
+    Builder builder = gltffiles::triangle();
+    builder.json["nodes"] = QJsonArray{node};
+    const int output = builder.addFloats(keys, path == "rotation" ? "VEC4" : "VEC3");
+    const QJsonObject channel{{"sampler", 0}, {"target", QJsonObject{{"node", 0}, {"path", path}}}};
+    const QJsonObject sampler{{"output", output}, {"interpolation", interpolation}};
+    const QJsonObject animation{{"samplers", QJsonArray{sampler}}, {"channels", QJsonArray{channel, channel}}};
+    builder.json["animations"] = QJsonArray{animation};
+    for (const bool packed : {false, true}) {
+        const ImportResult result =
+            packed ? importFile(*m_folder, "model.glb", builder.glb(), kFormatGlb) : gltf(builder);
+        QCOMPARE(reason(result), QString("ok"));
+        QVERIFY(std::abs(result.model.box_min.x - smallestX) < 1e-6);
+        QVERIFY(std::abs(result.model.box_max.x - largestX) < 1e-6);
+    }
+}
+
+void ImportAssimpTest::shapesStandWhereTheFirstAnimationBegins()
+{
+    for (const bool hasWeights : {false, true}) {
+        Builder builder = gltffiles::triangle();
+        builder.addFloats({0, 0, 8, 0, 0, 8, 0, 0, 8}, "VEC3");
+        const int output = builder.addFloats({0.25f, 1}, "SCALAR");
+        const QJsonObject primitive{{"attributes", QJsonObject{{"POSITION", 0}}},
+                                    {"targets", QJsonArray{QJsonObject{{"POSITION", 2}}}}};
+        QJsonObject mesh{{"primitives", QJsonArray{primitive}}};
+        if (hasWeights)
+            mesh["weights"] = QJsonArray{1};
+        builder.json["meshes"] = QJsonArray{mesh};
+        const QJsonObject channel{{"sampler", 0}, {"target", QJsonObject{{"node", 0}, {"path", "weights"}}}};
+        builder.json["animations"] = QJsonArray{
+            QJsonObject{{"samplers", QJsonArray{QJsonObject{{"output", output}}}}, {"channels", QJsonArray{channel}}}};
+        QCOMPARE(gltf(builder).model.box_max.z, 2.0);
+    }
 }
 
 void ImportAssimpTest::firstBufferOfAGlbMayBeElsewhere()
@@ -334,6 +436,58 @@ void ImportAssimpTest::markBeforeGltfTextIsSkipped()
 {
     const QByteArray text = "\xEF\xBB\xBF" + gltffiles::triangle().text();
     QCOMPARE(reason(importFile(*m_folder, "model.gltf", text, kFormatGltf)), QString("ok"));
+}
+
+void ImportAssimpTest::bothFormsOfAnStlAreTold_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const QByteArray text =
+        "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\nendloop\n"
+        "endfacet\nendsolid a\n";
+    QByteArray facet;
+    for (const float value : {0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 1.f, 0.f})
+        facet.append(reinterpret_cast<const char*>(&value), sizeof value);
+    const QByteArray binary = QByteArray("\1\0\0\0", 4) + facet + QByteArray(2, '\0');
+    QTest::newRow("text") << text;
+    QTest::newRow("text with a mark") << "\xEF\xBB\xBF" + text;
+    QTest::newRow("binary") << QByteArray(80, 'x') + binary;
+    QTest::newRow("binary that begins like text") << QByteArray("solid").leftJustified(80) + binary;
+    QTest::newRow("the same with bytes behind its end") << QByteArray("solid").leftJustified(80) + binary + "zz";
+    QTest::newRow("binary that begins with a mark") << QByteArray("\xEF\xBB\xBFsolid").leftJustified(80) + binary;
+    QTest::newRow("binary that begins with another mark") << QByteArray("\xFF\xFE").leftJustified(80) + binary;
+    QTest::newRow("binary that begins with zeros") << QByteArray("\0\0\xFE\xFF", 4).leftJustified(80) + binary;
+}
+
+void ImportAssimpTest::bothFormsOfAnStlAreTold()
+{
+    QFETCH(QByteArray, bytes);
+    const ImportResult result = importFile(*m_folder, "model.stl", bytes, kFormatStl);
+    QCOMPARE(reason(result), QString("ok"));
+    QCOMPARE(count(result.model, Primitive::triangles), std::size_t{1});
+    QCOMPARE(result.model.box_max.x, 1.0);
+}
+
+void ImportAssimpTest::optionsBeforeATextureMayBeShort_data()
+{
+    QTest::addColumn<QByteArray>("options");
+    for (const char* options : {"", "-s 2", "-s 2 2", "-s 2 2 1", "-o 0.5", "-o .5 -.5 -s 2 2", "-t 1e-3", "-mm 0",
+                                "-clamp on -s 2 2 -bm 1", "-s"})
+        QTest::newRow(options) << QByteArray(options);
+}
+
+void ImportAssimpTest::optionsBeforeATextureMayBeShort()
+{
+    QFETCH(QByteArray, options);
+    const QByteArray corners = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 0 1\nusemtl m\nf 1/1 2/2 3/3\n";
+    for (const QByteArray& name : {QByteArray("tex.png"), QByteArray("a 2 tex.png"), QByteArray("7")})
+        for (const QByteArray& libraries : {QByteArray("mtllib a.mtl\n"), QByteArray("mtllib a.mtl\nmtllib b.mtl\n")}) {
+            m_folder->write("a.mtl", "newmtl m\r\nmap_Kd " + options + " " + name + "\r\nKd 1 1 1\r\n");
+            m_folder->write("b.mtl", "newmtl n\n");
+            const ImportResult result = obj(libraries + corners);
+            QCOMPARE(reason(result), QString("ok"));
+            QCOMPARE(result.model.missing.size(), std::size_t{1});
+            QCOMPARE(QByteArray::fromStdString(result.model.missing.front()), name);
+        }
 }
 
 void ImportAssimpTest::deepNodesAreRefusedBeforeAssimp()

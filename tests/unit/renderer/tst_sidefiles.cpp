@@ -26,6 +26,8 @@ private Q_SLOTS:
     void nearestOfEqualNamesWins();
     void foldersAreNoFiles();
     void requiredNamesAreListedOnceInOrderOfUse();
+    void namesOfMissingFilesAreBounded();
+    void folderThatDoesNotExistIsNotTheRoot();
 
 private:
     void write(const QString& relative);
@@ -186,6 +188,28 @@ void SideFilesTest::requiredNamesAreListedOnceInOrderOfUse()
     QCOMPARE(QString::fromStdString(files.files()[1]), QString("textures/wood.png"));
     QCOMPARE(files.missing().size(), std::size_t{1});
     QCOMPARE(QString::fromStdString(files.missing()[0]), QString("gone\\one.png"));
+    QCOMPARE(files.unnamedMissing(), std::size_t{0});
+}
+
+void SideFilesTest::namesOfMissingFilesAreBounded()
+{
+    SideFiles files(m_folder->filePath("model/model.obj").toStdString());
+    for (int round = 0; round < 2; ++round)
+        for (std::size_t i = 0; i < ov3d::renderer::kMaxNamedMissing + 7; ++i)
+            files.require("gone" + std::to_string(i));
+    QCOMPARE(files.missing().size(), ov3d::renderer::kMaxNamedMissing);
+    QCOMPARE(files.unnamedMissing(), std::size_t{7});
+}
+
+void SideFilesTest::folderThatDoesNotExistIsNotTheRoot()
+{
+    SideFiles files(m_folder->filePath("nowhere/model.obj").toStdString());
+    // A file of the whole system, by a path from its root.
+    const QString outside = m_folder->filePath("secret.png");
+    QVERIFY(QFileInfo::exists(outside));
+    QVERIFY(!files.find(outside.mid(1).toStdString()));
+    QVERIFY(!files.require(outside.mid(1).toStdString()));
+    QVERIFY(SideFiles("/model.obj").find(outside.mid(1).toStdString()).has_value());
 }
 
 OV3D_TEST_MAIN(SideFilesTest)

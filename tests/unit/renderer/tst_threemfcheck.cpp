@@ -221,8 +221,9 @@ void ThreeMfCheckTest::objectsAreNamedByNumbersAlone()
 {
     QFETCH(QByteArray, number);
     QTEST(::reason(package(object(1), "<item objectid=\"" + number + "\"/>")), "reason");
-    QTEST(::reason(package(object(1) + group(2, {1}).replace("objectid=\"1\"", "objectid=\"" + number + "\""), item(2))),
-          "reason");
+    QTEST(
+        ::reason(package(object(1) + group(2, {1}).replace("objectid=\"1\"", "objectid=\"" + number + "\""), item(2))),
+        "reason");
     // A reader sees through the spelling, and so must the check.
     const QByteArray circle = group(2, {2}).replace("objectid=\"2\"", "objectid=\"02\"");
     QCOMPARE(::reason(package(object(1) + circle, item(2))), QString("contains an object that contains itself"));
@@ -238,8 +239,9 @@ void ThreeMfCheckTest::attributesOfExtensionsHideNothing()
 
 void ThreeMfCheckTest::verticesOfExtensionsNeedNoThirdCoordinate()
 {
-    const QByteArray slices = "<s:slicestack id=\"20\" zbottom=\"0\"><s:slice ztop=\"1\"><s:vertices>"
-                              "<s:vertex x=\"0\" y=\"0\"/><s:vertex x=\"1\" y=\"0\"/></s:vertices></s:slice></s:slicestack>";
+    const QByteArray slices =
+        "<s:slicestack id=\"20\" zbottom=\"0\"><s:slice ztop=\"1\"><s:vertices>"
+        "<s:vertex x=\"0\" y=\"0\"/><s:vertex x=\"1\" y=\"0\"/></s:vertices></s:slice></s:slicestack>";
     const QByteArray attributes = "xmlns:s=\"http://schemas.microsoft.com/3dmanufacturing/slice/2015/07\"";
     const QByteArray sound = packagefiles::model(slices + object(1), item(1), attributes);
     QCOMPARE(reason(packagefiles::zip({packagefiles::rootRelations(), {"3D/3dmodel.model", sound}})), QString());
@@ -287,7 +289,9 @@ void ThreeMfCheckTest::requiredExtensionsAreOfTheOutermostElement()
     const QByteArray space = "xmlns:z=\"http://example.org/z\" ";
     QVERIFY(notes({}, "<model " + space + "requiredextensions=\"z\"/>").empty());
     const int most = kMaxRequiredExtensions;
-    const auto required = [](int others) { return "requiredextensions=\"" + QByteArray("q ").repeated(others) + "z\""; };
+    const auto required = [](int others) {
+        return "requiredextensions=\"" + QByteArray("q ").repeated(others) + "z\"";
+    };
     QCOMPARE(notes(space + required(most - 1), {}).size(), std::size_t{1});
     QVERIFY(notes(space + required(most), {}).empty());
     // An attribute that only looks like the address of a name space.

@@ -215,6 +215,14 @@ std::vector<std::string> prepareObj(FileBytes& bytes, const SideFiles& sideFiles
     return foundAnyway ? std::vector<std::string>() : libraries;
 }
 
+/// Assimp takes the first bytes of any STL for a mark of how its text is encoded, and binary ones for text to convert.
+/// @return whether the system let us.
+bool hideByteOrderMark(FileBytes& bytes)
+{
+    const std::uint8_t first = bytes.data()[0];
+    return (first != 0 && first < 0xEF) || bytes.overwrite(0, ' ');
+}
+
 ImportResult failed(const std::string& reason)
 {
     ImportResult result;
@@ -245,6 +253,8 @@ ImportResult AssimpImporter::read(const ImportRequest& request)
     if (!check.reason.empty())
         return failed(check.reason);
     bytes.truncate(check.usable_bytes);
+    if (format == kFormatStl && !isStlText(bytes.data(), bytes.size()) && !hideByteOrderMark(bytes))
+        return failed(kNoMemory);
 
     SideFiles sideFiles(request.path);
     ImportResult result;

@@ -89,17 +89,19 @@ bool beginsWithSolid(const std::uint8_t* data, std::size_t size)
     return size - at >= 5 && ::strncasecmp(reinterpret_cast<const char*>(data + at), "solid", 5) == 0;
 }
 
+std::uint64_t stlFacets(const std::uint8_t* data, std::size_t size)
+{
+    return size >= kStlHeaderBytes ? littleEndian32(data + kStlHeaderBytes - 4) : 0;
+}
+
 FileCheck checkStl(const std::uint8_t* data, std::size_t size)
 {
-    const std::uint64_t facets = size >= kStlHeaderBytes ? littleEndian32(data + kStlHeaderBytes - 4) : 0;
-    const std::uint64_t expected = kStlHeaderBytes + facets * kStlFacetBytes;
-    // Some binary files begin with the word of the text form: the exact size tells them apart.
-    if (expected == size && facets > 0)
-        return {"", size};
-    if (beginsWithSolid(data, size))
+    if (isStlText(data, size))
         return {"", size};
     if (size < kStlHeaderBytes)
         return {"ends in the middle of its header", size};
+    const std::uint64_t facets = stlFacets(data, size);
+    const std::uint64_t expected = kStlHeaderBytes + facets * kStlFacetBytes;
     if (expected > size)
         return {endsEarly(size, expected), size};
     if (facets == 0)
@@ -108,6 +110,17 @@ FileCheck checkStl(const std::uint8_t* data, std::size_t size)
 }
 
 } // namespace
+
+bool isStlText(const std::uint8_t* data, std::size_t size)
+{
+    // Some binary files begin with the word of the text form. Letters in the place of the number of facets make one
+    // that no file has room for.
+    const std::uint64_t facets = stlFacets(data, size);
+    if (facets > 0 && kStlHeaderBytes + facets * kStlFacetBytes <= size)
+        return false;
+    const std::size_t mark = size >= 3 && std::memcmp(data, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
+    return beginsWithSolid(data + mark, size - mark);
+}
 
 std::string endsEarly(std::size_t size, std::uint64_t expected)
 {

@@ -22,6 +22,9 @@ inline constexpr int kMaxJsonDepth = 100;
 /// @param model_format a ModelFormat. Never fails otherwise; looks at no more than `size` bytes.
 FileCheck checkFile(std::int32_t model_format, const std::uint8_t* data, std::size_t size);
 
+/// @return whether an STL is of the text form, with a byte order mark or without.
+bool isStlText(const std::uint8_t* data, std::size_t size);
+
 /// The two parts of a glTF 2.0 file.
 struct GltfParts
 {

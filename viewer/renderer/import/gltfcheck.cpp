@@ -157,8 +157,8 @@ GltfCheck checkGltf(std::string_view json, std::string_view binary, const SideFi
     result.json = rewrittenGltf(json, root, accessors, result.hidden);
     const JsonValue first = root["buffers"].first();
     const JsonValue address = first["uri"];
-    result.first_buffer_is_elsewhere = (address && (binary.empty() || address.rawText().substr(0, 5) == "data:")) ||
-                                       (!first && !result.json.empty());
+    result.first_buffer_is_elsewhere =
+        (address && (binary.empty() || address.rawText().substr(0, 5) == "data:")) || (!first && !result.json.empty());
     return result;
 }
 

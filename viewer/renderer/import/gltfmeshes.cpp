@@ -172,8 +172,7 @@ std::string checkGltfMeshes(JsonValue root, GltfAccessors& accessors, std::vecto
             reason = "is damaged: a node names a mesh that does not exist";
         else if (node["skin"] && skin >= joints.size())
             reason = "is damaged: a node names a skeleton that does not exist";
-        else if (node["mesh"] && node["skin"] && joints[skin] > 0 &&
-                 meshes[mesh].largest_joint >= joints[skin])
+        else if (node["mesh"] && node["skin"] && joints[skin] > 0 && meshes[mesh].largest_joint >= joints[skin])
             reason = "is damaged: a vertex hangs on a bone that does not exist";
     }
     if (std::any_of(meshes.begin(), meshes.end(), [](const Demands& demands) { return demands.unknown_corners; }))

@@ -1,7 +1,12 @@
 #include "viewer/renderer/import/gltfnumbers.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iterator>
 #include <map>
+#include <set>
+#include <utility>
 
 namespace ov3d::renderer {
 namespace {
@@ -53,6 +58,9 @@ private:
     void redirect(JsonValue attributes);
     std::size_t converted(JsonValue index);
     void addMatrices();
+    void pose();
+    void poseBy(JsonValue sampler, JsonValue node, const std::string& path);
+    void setNumbers(JsonValue object, const std::string& member, const std::vector<float>& numbers);
     std::size_t add(const std::vector<float>& numbers, std::uint64_t count, const std::string& type);
     void insert(JsonValue object, const std::string& members);
     void append(const char* list, const std::string& elements);
@@ -64,6 +72,10 @@ private:
     const std::size_t m_oldAccessors, m_oldViews, m_oldBuffers;
     std::map<std::uint64_t, std::size_t> m_converted; ///< new index by old one
     std::size_t m_added = 0;
+    std::vector<JsonValue> m_meshes;
+    /// Objects and their new members, by the place of the object.
+    std::map<const char*, std::pair<JsonValue, std::string>> m_posed;
+    std::set<std::uint64_t> m_shaped; ///< meshes whose shapes are set
     std::string m_newAccessors, m_newViews, m_newBuffers, m_newMembers;
     std::vector<Edit> m_edits;
 };
@@ -108,7 +120,7 @@ void Rewriter::addMatrices()
         numbers[i] = 1.0f;
     const std::size_t accessor = add(numbers, bones, "MAT4");
     for (const JsonValue skin : skins)
-        insert(skin, "\"inverseBindMatrices\":" + std::to_string(accessor) + ",");
+        insert(skin, "\"inverseBindMatrices\":" + std::to_string(accessor));
 }
 
 void Rewriter::redirect(JsonValue attributes)
@@ -123,7 +135,90 @@ void Rewriter::redirect(JsonValue attributes)
 /// Members come first in their object, and before others of the same names.
 void Rewriter::insert(JsonValue object, const std::string& members)
 {
-    m_edits.push_back({object.span().substr(0, 1), "{" + members});
+    m_edits.push_back({object.span().substr(0, 1), "{" + members + (object.size() > 0 ? "," : "")});
+}
+
+/// Puts nodes and shapes where the first animation begins.
+void Rewriter::pose()
+{
+    const JsonValue animation = m_root["animations"].first();
+    std::vector<JsonValue> samplers, nodes;
+    for (JsonValue sampler = animation["samplers"].first(); sampler; sampler = sampler.next())
+        samplers.push_back(sampler);
+    for (JsonValue node = m_root["nodes"].first(); node && !samplers.empty(); node = node.next())
+        nodes.push_back(node);
+    for (JsonValue mesh = m_root["meshes"].first(); mesh && !samplers.empty(); mesh = mesh.next())
+        m_meshes.push_back(mesh);
+    std::set<std::pair<std::uint64_t, std::string>> known;
+    for (JsonValue channel = animation["channels"].first(); channel; channel = channel.next()) {
+        const std::uint64_t sampler = channel["sampler"].index(samplers.size());
+        const std::uint64_t node = channel["target"]["node"].index(nodes.size());
+        const std::string path = channel["target"]["path"].text();
+        if (sampler < samplers.size() && node < nodes.size() && known.emplace(node, path).second)
+            poseBy(samplers[sampler], nodes[node], path);
+    }
+    for (const auto& [at, posed] : m_posed)
+        insert(posed.first, posed.second);
+}
+
+void Rewriter::poseBy(JsonValue sampler, JsonValue node, const std::string& path)
+{
+    const bool ofShapes = path == "weights";
+    const std::uint64_t mesh = node["mesh"].index(m_meshes.size());
+    if ((path != "translation" && path != "rotation" && path != "scale" && !ofShapes) || node["matrix"] ||
+        (ofShapes && mesh >= m_meshes.size()))
+        return;
+    // A mesh of several nodes stands as the first of them says.
+    if (ofShapes && !m_shaped.insert(mesh).second)
+        return;
+    const std::size_t shapes = ofShapes ? m_meshes[mesh]["primitives"].first()["targets"].size() : 1;
+    const std::size_t components = ofShapes ? 1 : path == "rotation" ? 4 : 3;
+    // Between two tangents stands the value.
+    const std::size_t before = sampler["interpolation"].text() == "CUBICSPLINE" ? shapes : 0;
+    const GltfAccessors::Accessor* accessor = m_accessors.at(sampler["output"]);
+    if (accessor == nullptr || !accessor->fault.empty() || !accessor->has_view || accessor->is_sparse ||
+        accessor->components != components || accessor->count < shapes + before || shapes == 0)
+        return;
+    GltfAccessors::Accessor beginning = *accessor;
+    beginning.count = shapes + before;
+    std::vector<float> numbers = m_accessors.floats(beginning);
+    numbers.erase(numbers.begin(), numbers.begin() + static_cast<std::ptrdiff_t>(before * components));
+    const bool isUsable =
+        std::all_of(numbers.begin(), numbers.end(), [](float n) { return std::isfinite(n); }) &&
+        (path != "rotation" || std::any_of(numbers.begin(), numbers.end(), [](float n) { return n != 0; }));
+    if (isUsable)
+        setNumbers(ofShapes ? m_meshes[mesh] : node, path, numbers);
+}
+
+/// Changes nothing where the numbers stand already, or are those that hold without any.
+void Rewriter::setNumbers(JsonValue object, const std::string& member, const std::vector<float>& numbers)
+{
+    const JsonValue old = object[member];
+    if (!object.isObject() || (old && !old.isArray()))
+        return;
+    std::vector<float> present(numbers.size(), member == "scale" ? 1.0f : 0.0f);
+    if (member == "rotation")
+        present.back() = 1.0f;
+    if (old)
+        present.clear();
+    for (JsonValue number = old.first(); number; number = number.next())
+        present.push_back(static_cast<float>(number.number(0)));
+    if (present == numbers)
+        return;
+    std::string text;
+    for (const float number : numbers) {
+        char digits[32];
+        const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+        text.append(text.empty() ? "[" : ",").append(digits, end);
+    }
+    text += "]";
+    if (old) {
+        m_edits.push_back({old.span(), text});
+        return;
+    }
+    auto& [place, members] = m_posed[object.span().data()];
+    place = object;
+    members.append(members.empty() ? "\"" : ",\"").append(member).append("\":").append(text);
 }
 
 void Rewriter::append(const char* list, const std::string& elements)
@@ -131,7 +226,7 @@ void Rewriter::append(const char* list, const std::string& elements)
     const JsonValue old = m_root[list];
     const std::string_view span = old.span();
     if (!old)
-        m_newMembers += "\"" + std::string(list) + "\":[" + elements + "],";
+        m_newMembers.append(m_newMembers.empty() ? "\"" : ",\"").append(list).append("\":[").append(elements) += "]";
     else
         m_edits.push_back({span.substr(span.size() - 1), (old.size() > 0 ? "," : "") + elements + "]"});
 }
@@ -147,11 +242,14 @@ std::string Rewriter::run(const std::vector<std::string_view>& hidden)
                 redirect(target);
         }
     addMatrices();
+    pose();
     if (m_edits.empty())
         return {};
-    append("accessors", m_newAccessors);
-    append("bufferViews", m_newViews);
-    append("buffers", m_newBuffers);
+    if (m_added > 0) {
+        append("accessors", m_newAccessors);
+        append("bufferViews", m_newViews);
+        append("buffers", m_newBuffers);
+    }
     if (!m_newMembers.empty())
         insert(m_root, m_newMembers);
     for (const std::string_view name : hidden)

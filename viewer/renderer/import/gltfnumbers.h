@@ -13,7 +13,7 @@ bool isConvertible(const GltfAccessors::Accessor& accessor);
 
 /// Rewrites a glTF where Assimp takes it for something else: positions, normals or texture coordinates that are whole
 /// numbers become floats, and skeletons without matrices get the identities that they stand for, in new buffers that
-/// are data addresses.
+/// are data addresses. What the first animation moves is put where it begins.
 ///
 /// @param json   the whole text, of which `root` is the tree.
 /// @param hidden names of members to be made unknown on the way.

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ov3d::renderer {
@@ -30,6 +31,12 @@ struct ObjCheck
 /// Finds what Assimp passes over in silence or confuses: faces without corners, curves and surfaces, several material
 /// libraries. One pass over the lines. Throws std::bad_alloc.
 ObjCheck checkObj(const std::uint8_t* data, std::size_t size);
+
+/// Gives the options -s, -o, -t and -mm of textures in a material library all the numbers that they may have: Assimp
+/// takes what follows too few of them for one. What the numbers say stays the same.
+///
+/// @return the new text, or nothing when it stays as it is. Throws std::bad_alloc.
+std::string withFullOptions(std::string_view library);
 
 /// The libraries that a line names: one whose name may hold blanks, or several with blanks between.
 ///

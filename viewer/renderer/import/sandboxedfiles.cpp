@@ -1,5 +1,7 @@
 #include "viewer/renderer/import/sandboxedfiles.h"
 
+#include "viewer/renderer/import/objcheck.h"
+
 #include <algorithm>
 #include <assimp/IOStream.hpp>
 #include <cstring>
@@ -110,6 +112,9 @@ Assimp::IOStream* SandboxedFiles::Open(const char* name, const char* mode)
     std::string reason;
     if (!found || !bytes.open(found->absolute, reason))
         return nullptr;
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (std::string mended = m_isObj ? withFullOptions(text) : std::string(); !mended.empty() && !bytes.assign(mended))
+        return nullptr;
     return new BytesStream(std::move(bytes), m_isObj);
 }
 
@@ -124,6 +129,8 @@ Assimp::IOStream* SandboxedFiles::openLibraries(const std::vector<std::string>& 
         if (found && opened.insert(found->absolute).second && bytes.open(found->absolute, reason))
             text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()).append("\n");
     }
+    if (std::string mended = withFullOptions(text); !mended.empty())
+        text = std::move(mended);
     FileBytes together;
     if (text.empty() || !together.assign(text))
         return nullptr;
