@@ -55,6 +55,19 @@ QList<Case> cases()
     row("glass", "sample.glb", {"material_type_b=3"});
     for (int i = 1; i < 6; ++i)
         row(QString("profile-%1").arg(i), "sample.glb", {QString("light_profile=%1").arg(i)});
+    for (int i = 1; i < 5; ++i)
+        row(QString("shading-%1").arg(i), "sample.glb", {QString("material_type_a=%1").arg(i)});
+    const int presets[] = {0, 2, 4, 5}; // chrome and glass stand above
+    for (const int preset : presets)
+        row(QString("material-%1").arg(preset), "sample.glb", {QString("material_type_b=%1").arg(preset)});
+    row("material-colour", "sample.glb", {"material_type_b=2", "material_color=0.15,0.55,0.8"});
+    row("raw", "sample.glb", {"raw_mode=on"});
+    row("wireframe", "textured.glb", {"wireframe=on"});
+    row("dim-environment", "sample.glb", {"ibl_intensity=15000"});
+    row("sun-stays", "sample.glb", {"view_type=2", "sun_follow=off", "ibl_intensity=12000"});
+    row("surfaces", "surfaces.glb", {});
+    row("surfaces-at-sunset", "surfaces.glb", {"hdr_map_type=3", "use_default_ibl=off"});
+    row("metals", "materials.glb", {});
     return all;
 }
 
