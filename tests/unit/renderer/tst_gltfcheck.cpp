@@ -170,11 +170,19 @@ void GltfCheckTest::damagedFilesAreRefused_data()
         "is damaged: a node names one that does not exist");
     row("mesh that does not exist", changed(triangle(), "nodes", 0, "mesh", 5),
         "is damaged: a node names a mesh that does not exist");
-    for (const int mode : {3, 5, 6})
+    for (const int mode : {2, 3, 5, 6}) {
+        row(qPrintable(QString("strip without positions of mode %1").arg(mode)),
+            withPrimitive(triangle(), {{"attributes", QJsonObject()}, {"mode", mode}}),
+            "is damaged: a strip has no positions");
+        row(qPrintable(QString("strip of unknown corners of mode %1").arg(mode)),
+            withPrimitive(changed(triangle(), "accessors", 0, "count", 2),
+                          {{"attributes", position}, {"indices", 1}, {"mode", mode}}),
+            "is damaged: a strip has corners that do not exist");
         row(qPrintable(QString("short strip of mode %1").arg(mode)),
             withPrimitive(changed(triangle(), "accessors", 1, "count", 1),
                           {{"attributes", position}, {"indices", 1}, {"mode", mode}}),
             "is damaged: a strip has too few corners");
+    }
     row(
         "image beyond its buffer",
         [&] {

@@ -16,6 +16,7 @@ constexpr std::uint64_t kNone = ~std::uint64_t{0};
 constexpr unsigned kUnsignedByte = 5121;
 constexpr unsigned kUnsignedShort = 5123;
 /// Modes of a primitive.
+constexpr std::uint64_t kLineLoop = 2;
 constexpr std::uint64_t kLineStrip = 3;
 constexpr std::uint64_t kTriangles = 4;
 constexpr std::uint64_t kTriangleStrip = 5;
@@ -77,7 +78,13 @@ std::string checkTargets(JsonValue targets, const GltfAccessors& accessors, std:
 /// Importers subtract from the number of corners in strips and fans without a look at it.
 bool isShortStrip(std::uint64_t mode, std::uint64_t corners)
 {
-    return (mode == kLineStrip && corners < 2) || ((mode == kTriangleStrip || mode == kTriangleFan) && corners < 3);
+    return ((mode == kLineLoop || mode == kLineStrip) && corners < 2) || ((mode == kTriangleStrip || mode == kTriangleFan) && corners < 3);
+}
+
+/// Each piece of these begins where the one before ended, so importers cannot leave one out.
+bool isChain(std::uint64_t mode)
+{
+    return mode == kLineLoop || mode == kLineStrip || mode == kTriangleStrip || mode == kTriangleFan;
 }
 
 /// What the parts of a mesh ask for.
@@ -95,8 +102,9 @@ std::string checkPrimitive(JsonValue primitive, GltfAccessors& accessors, Demand
     const Accessor* position = accessors.at(positions);
     if (positions && position == nullptr)
         return kUnknownNumbers;
-    if (position == nullptr)
-        return {}; // nothing to draw, and nothing that anybody reads
+    const std::uint64_t mode = primitive["mode"].index(kTriangles);
+    if (position == nullptr) // nothing to draw, and nothing that anybody reads but for the chains
+        return isChain(mode) ? "is damaged: a strip has no positions" : "";
     for (JsonValue attribute = attributes.first(); attribute; attribute = attribute.next()) {
         const Accessor* accessor = accessors.at(attribute);
         if (accessor == nullptr)
@@ -120,10 +128,13 @@ std::string checkPrimitive(JsonValue primitive, GltfAccessors& accessors, Demand
         return "is damaged: the corners of a mesh are no whole numbers";
     const std::uint64_t corners = index != nullptr ? index->count : position->count;
     demands.corners += corners;
-    if (isShortStrip(primitive["mode"].index(kTriangles), corners))
+    if (isShortStrip(mode, corners))
         return "is damaged: a strip has too few corners";
-    if (index != nullptr && index->count > 0 && accessors.largest(indices) >= position->count)
+    if (index != nullptr && index->count > 0 && accessors.largest(indices) >= position->count) {
+        if (isChain(mode))
+            return "is damaged: a strip has corners that do not exist";
         demands.unknown_corners = true;
+    }
     return checkTargets(primitive["targets"], accessors, position->count);
 }
 
