@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 
@@ -120,6 +122,9 @@ int crash()
     QString error;
     const auto document = COvDocumentFile::create(error);
     writeFile(document->workingFolder() + "/resources/1/model.bin", "m");
+    std::array<int, 2> started{};
+    if (::pipe2(started.data(), O_CLOEXEC) != 0)
+        return 4;
     if (::fork() == 0) {
         // What a program starts, such as a renderer, does not hold its documents. This one ends with the input.
         const int nowhere = ::open("/dev/null", O_WRONLY);
@@ -127,6 +132,11 @@ int crash()
         ::dup2(nowhere, STDERR_FILENO);
         ::execlp("cat", "cat", nullptr);
         ::_exit(1);
+    }
+    // Until the other program is in its place, its process still holds what this one had open. The pipe ends then.
+    ::close(started[1]);
+    char nothing = 0;
+    while (::read(started[0], &nothing, 1) < 0 && errno == EINTR) {
     }
     say(document->workingFolder());
     waitForLine();
