@@ -103,8 +103,8 @@ void CheckViewer::ourViewerKeepsEveryRule()
 {
     const ProgramRun run = check(QStringLiteral(OV3D_VIEWER), QStringLiteral("ov3dViewer"),
                                  {QStringLiteral("--jobs"), QStringLiteral("2")});
-    QCOMPARE(rulesWith(run.output, "FAILED"), QStringList());
-    QCOMPARE(rulesWith(run.output, "not checked"), QStringList());
+    QVERIFY2(rulesWith(run.output, "FAILED").isEmpty(), run.output.constData());
+    QVERIFY2(rulesWith(run.output, "not checked").isEmpty(), run.output.constData());
     QVERIFY2(run.exitCode == 0, run.errors.constData());
     QVERIFY(rulesWith(run.output, "ok").contains(QStringLiteral("stop-busy")));
 }
@@ -112,8 +112,8 @@ void CheckViewer::ourViewerKeepsEveryRule()
 void CheckViewer::aViewerThatKeepsTheContractPasses()
 {
     const ProgramRun run = m_runs.value(QStringLiteral("flatViewer"));
-    QCOMPARE(rulesWith(run.output, "FAILED"), QStringList());
-    QCOMPARE(rulesWith(run.output, "not checked"), QStringList());
+    QVERIFY2(rulesWith(run.output, "FAILED").isEmpty(), run.output.constData());
+    QVERIFY2(rulesWith(run.output, "not checked").isEmpty(), run.output.constData());
     QCOMPARE(run.exitCode, 0);
 }
 
@@ -130,7 +130,7 @@ void CheckViewer::eachBreachIsReportedUnderItsRuleAlone()
     QFETCH(QString, symbol);
     QFETCH(QString, rule);
     const ProgramRun run = m_runs.value(symbol);
-    QCOMPARE(rulesWith(run.output, "FAILED"), QStringList{rule});
+    QVERIFY2(rulesWith(run.output, "FAILED") == QStringList{rule}, run.output.constData());
     QCOMPARE(run.exitCode, 1);
 }
 
@@ -147,7 +147,7 @@ void CheckViewer::whatHostsCanLiveWithGetsAdviceAndPasses()
     QFETCH(QString, symbol);
     QFETCH(QString, rule);
     const ProgramRun run = m_runs.value(symbol);
-    QCOMPARE(rulesWith(run.output, "FAILED"), QStringList());
+    QVERIFY2(rulesWith(run.output, "FAILED").isEmpty(), run.output.constData());
     QVERIFY2(rulesWith(run.output, "advice").contains(rule), run.output.constData());
     QCOMPARE(run.exitCode, 0);
 }
