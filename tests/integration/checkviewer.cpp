@@ -9,28 +9,30 @@
 #include <QMap>
 #include <QThreadPool>
 
+#include <iterator>
 #include <mutex>
+#include <vector>
 
 namespace {
 
 constexpr int kCheckLimitMs = 600000;
 constexpr int kChecksAtOnce = 6; // they wait most of the time
 
+/// What a check of a variant of the flat viewer has to report.
 struct Expectation
 {
-    const char* name;
-    const char* rule;
+    const char* symbol;
+    const char* failed; ///< the one rule that fails, or null
+    const char* advice; ///< a rule that gets advice, or null
 };
 
-#define OV3D_EXPECTATION(name, rule) Expectation{#name, rule},
-constexpr Expectation kBreaches[] = {FLAT_VIEWER_BREACHES(OV3D_EXPECTATION)};
-constexpr Expectation kHabits[] = {FLAT_VIEWER_HABITS(OV3D_EXPECTATION)};
-#undef OV3D_EXPECTATION
-
-QString symbolOf(const Expectation& expectation)
-{
-    return QStringLiteral("flatViewer_") + QString::fromLatin1(expectation.name);
-}
+#define OV3D_BREACH(name, rule) Expectation{"flatViewer_" #name, rule, nullptr},
+#define OV3D_HABIT(name, rule) Expectation{"flatViewer_" #name, nullptr, rule},
+constexpr Expectation kNothing{"flatViewer", nullptr, nullptr};
+constexpr Expectation kBreaches[] = {FLAT_VIEWER_BREACHES(OV3D_BREACH)};
+constexpr Expectation kHabits[] = {FLAT_VIEWER_HABITS(OV3D_HABIT)};
+#undef OV3D_BREACH
+#undef OV3D_HABIT
 
 ProgramRun check(const QString& library, const QString& symbol, const QStringList& more)
 {
@@ -47,6 +49,14 @@ QStringList rulesWith(const QByteArray& output, const char* verdict)
         if (line.startsWith(begin))
             rules << line.mid(begin.size()).section(QLatin1Char(' '), 0, 0);
     return rules;
+}
+
+bool isAsExpected(const ProgramRun& run, const Expectation& expectation)
+{
+    const QStringList failed =
+        expectation.failed ? QStringList{QString::fromLatin1(expectation.failed)} : QStringList();
+    return run.exitCode == (expectation.failed ? 1 : 0) && rulesWith(run.output, "FAILED") == failed &&
+           (!expectation.advice || rulesWith(run.output, "advice").contains(QString::fromLatin1(expectation.advice)));
 }
 
 } // namespace
@@ -74,20 +84,20 @@ private:
     QMap<QString, ProgramRun> m_runs; ///< by symbol
 };
 
-/// All checks of the flat viewer's variants, side by side: one after the other would take a quarter of an hour.
+/// All checks of the flat viewer's variants, side by side: one after the other would take a quarter of an hour. A
+/// machine that is busy with other tests can make any program late by more than a rule allows, so a check that reported
+/// something else is repeated, by itself and with more patience, and its second report is the one that counts.
 void CheckViewer::initTestCase()
 {
-    QStringList symbols{QStringLiteral("flatViewer")};
-    for (const Expectation& breach : kBreaches)
-        symbols << symbolOf(breach);
-    for (const Expectation& habit : kHabits)
-        symbols << symbolOf(habit);
+    std::vector<Expectation> all{kNothing};
+    all.insert(all.end(), std::begin(kBreaches), std::end(kBreaches));
+    all.insert(all.end(), std::begin(kHabits), std::end(kHabits));
 
     std::mutex mutex;
     QThreadPool pool;
     pool.setMaxThreadCount(kChecksAtOnce);
-    for (const QString& symbol : qAsConst(symbols)) {
-        pool.start([this, &mutex, symbol] {
+    for (const Expectation& expectation : all) {
+        pool.start([this, &mutex, symbol = QString::fromLatin1(expectation.symbol)] {
             const ProgramRun run =
                 check(QStringLiteral(OV3D_FLAT_VIEWER), symbol,
                       {QStringLiteral("--limit"), QStringLiteral("8"), QStringLiteral("--jobs"), QStringLiteral("10")});
@@ -96,7 +106,15 @@ void CheckViewer::initTestCase()
         });
     }
     pool.waitForDone();
-    QCOMPARE(m_runs.size(), symbols.size());
+    for (const Expectation& expectation : all) {
+        ProgramRun& run = m_runs[QString::fromLatin1(expectation.symbol)];
+        if (isAsExpected(run, expectation))
+            continue;
+        qInfo("%s is checked again; beside the others it came out as:\n%s", expectation.symbol, run.output.constData());
+        run = check(QStringLiteral(OV3D_FLAT_VIEWER), QString::fromLatin1(expectation.symbol),
+                    {QStringLiteral("--limit"), QStringLiteral("20"), QStringLiteral("--jobs"), QStringLiteral("10")});
+    }
+    QCOMPARE(m_runs.size(), static_cast<int>(all.size()));
 }
 
 void CheckViewer::ourViewerKeepsEveryRule()
@@ -122,7 +140,7 @@ void CheckViewer::eachBreachIsReportedUnderItsRuleAlone_data()
     QTest::addColumn<QString>("symbol");
     QTest::addColumn<QString>("rule");
     for (const Expectation& breach : kBreaches)
-        QTest::newRow(breach.name) << symbolOf(breach) << QString::fromLatin1(breach.rule);
+        QTest::newRow(breach.symbol) << QString::fromLatin1(breach.symbol) << QString::fromLatin1(breach.failed);
 }
 
 void CheckViewer::eachBreachIsReportedUnderItsRuleAlone()
@@ -139,7 +157,7 @@ void CheckViewer::whatHostsCanLiveWithGetsAdviceAndPasses_data()
     QTest::addColumn<QString>("symbol");
     QTest::addColumn<QString>("rule");
     for (const Expectation& habit : kHabits)
-        QTest::newRow(habit.name) << symbolOf(habit) << QString::fromLatin1(habit.rule);
+        QTest::newRow(habit.symbol) << QString::fromLatin1(habit.symbol) << QString::fromLatin1(habit.advice);
 }
 
 void CheckViewer::whatHostsCanLiveWithGetsAdviceAndPasses()

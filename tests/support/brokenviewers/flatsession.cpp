@@ -20,6 +20,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds kPass{5};
 constexpr milliseconds kLoadStep{60};
 constexpr milliseconds kShortly{30};
+constexpr int kMisdeeds = 10;      // the check may come late to watch, and watches for 400 ms
+constexpr int kDeafnessFactor = 5; // a load during which even a late stop is early
 constexpr int kLargestSide = 65535;
 constexpr int kBufferBytesPerPixel = 8;
 constexpr double kShiftPerPixel = 0.1;
@@ -83,7 +85,7 @@ bool Session::load()
                                                             : rising;
     for (const int percent : steps) {
         reportProgress(percent);
-        sleepFor(kLoadStep);
+        sleepFor(m_breach == Breach::DeafDuringLoad ? kDeafnessFactor * kLoadStep : kLoadStep);
         if (isStopped() && m_breach != Breach::DeafDuringLoad)
             return false;
     }
@@ -192,13 +194,15 @@ void Session::serve()
 /// What a stopped viewer must not do any more.
 void Session::misbehave()
 {
-    sleepFor(kShortly);
-    if (m_breach == Breach::WritesAfterStop && !m_wasBusyAtStop)
-        m_address->frame_height = 1;
-    if (m_breach == Breach::ReadsAfterStop && !m_wasBusyAtStop)
-        readSize(*m_address);
-    if (m_breach == Breach::FinishesFrameAfterStop && m_wasBusyAtStop)
-        writeFrame(*m_address);
+    for (int i = 0; i < kMisdeeds; ++i) {
+        sleepFor(kShortly);
+        if (m_breach == Breach::WritesAfterStop && !m_wasBusyAtStop)
+            m_address->frame_height = 1;
+        if (m_breach == Breach::ReadsAfterStop && !m_wasBusyAtStop)
+            readSize(*m_address);
+        if (m_breach == Breach::FinishesFrameAfterStop && m_wasBusyAtStop)
+            writeFrame(*m_address);
+    }
     while (m_breach == Breach::StartNeverReturns && m_isStoppedByHost)
         sleepFor(kLoadStep);
 }
