@@ -92,6 +92,7 @@ private Q_SLOTS:
     void skeletonsGetTheMatricesThatTheyStandFor();
     void numberOfBonesIsBounded();
     void cornersOfMeshesThatShareThemAreBounded();
+    void numbersOfMaterialsTexturesAndImagesAreBounded();
 };
 
 void GltfCheckTest::soundFilesPass()
@@ -383,6 +384,21 @@ void GltfCheckTest::cornersOfMeshesThatShareThemAreBounded()
     gltf.json["meshes"] =
         QJsonArray{QJsonObject{{"primitives", primitives}}, QJsonObject{{"primitives", QJsonArray{primitive}}}};
     QCOMPARE(reason(gltf), QString("claims more elements than allowed"));
+}
+
+void GltfCheckTest::numbersOfMaterialsTexturesAndImagesAreBounded()
+{
+    for (const char* list : {"materials", "textures", "images"}) {
+        QJsonArray elements;
+        while (static_cast<std::uint64_t>(elements.size()) < kMaxGltfMaterials)
+            elements.append(QJsonObject());
+        Builder gltf = triangle();
+        gltf.json[QString::fromLatin1(list)] = elements;
+        QCOMPARE(reason(gltf), QString());
+        elements.append(QJsonObject());
+        gltf.json[QString::fromLatin1(list)] = elements;
+        QCOMPARE(reason(gltf), QString("holds more %1 than allowed").arg(QString::fromLatin1(list)));
+    }
 }
 
 OV3D_TEST_MAIN(GltfCheckTest)

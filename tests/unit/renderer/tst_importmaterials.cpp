@@ -21,7 +21,7 @@ private Q_SLOTS:
     void mapsOfAGltfAreFound();
     void mapWithoutABaseTextureGetsAWhiteOne();
     void transformIsRelativeToTheBaseTexture();
-    void mapOfAnotherCoordinateSetIsLeftOut();
+    void mapOfAnotherCoordinateSetIsLeftOutWithANote();
     void specularGlossinessIsTranslated();
     void specularGlossinessTextureIsKeptForTheScene();
     void clearCoatAndUnlitAreTakenOver();
@@ -138,13 +138,16 @@ void ImportMaterialsTest::transformIsRelativeToTheBaseTexture()
     QVERIFY(std::abs(other.normal_map.m[1][1] + other.normal_map.m[1][2] - 1) < 1e-6f);
 }
 
-void ImportMaterialsTest::mapOfAnotherCoordinateSetIsLeftOut()
+void ImportMaterialsTest::mapOfAnotherCoordinateSetIsLeftOutWithANote()
 {
-    const MaterialData m = ofGltf(R"({"occlusionTexture":{"index":1,"texCoord":1},"pbrMetallicRoughness":
+    const MaterialData m = ofGltf(R"({"name":"wall","occlusionTexture":{"index":1,"texCoord":1},"pbrMetallicRoughness":
         {"baseColorTexture":{"index":0},"metallicFactor":0}})",
                                   {plain(Qt::red), plain(Qt::black)});
     QVERIFY(m.base_texture >= 0);
     QCOMPARE(m.occlusion_map.texture, -1);
+    QCOMPARE(m_result.model.notes,
+             std::vector<std::string>{"the occlusion map of material wall lies on other texture coordinates than its "
+                                      "other textures and is left out"});
 }
 
 void ImportMaterialsTest::specularGlossinessIsTranslated()

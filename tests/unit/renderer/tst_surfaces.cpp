@@ -122,12 +122,14 @@ private Q_SLOTS:
     void clayHidesTextures();
     void presetsAreToldApart();
     void glassCoversWhatPlasticCovers();
+    void glassIsTheSameInWhateverOrderItsFacesStand();
     void plasticTakesTheSettingsColour();
     void redGlassIsRedOnAnyPage();
     void settingsChangeThePictureAndBack();
     void valuesThatAreNoneChangeNothing();
     void roughMetalAndSmoothMetalDiffer();
     void lacquerShinesOverTheColour();
+    void lacquerReflectsAsMuchAsASmoothSurface();
     void roughnessTextureCounts();
     void normalMapTurnsTheLight();
     void occlusionDarkens();
@@ -136,6 +138,9 @@ private Q_SLOTS:
     void cutOutKeepsItsShapeUnderEveryMaterial();
     void translucencyOfAFileIsSeenOverGrey();
     void translucentColoursOfVerticesCountOnce();
+    void oneSidedTranslucencyIsSeenFromTheFrontAlone();
+    void opaqueSurfacesAreSeenFromBothSides();
+    void samplerThatAsksForTheNearestTexelGetsIt();
     void transformedMapLiesWhereItBelongs();
     void pointsAreRoundAndSized();
     void wireframeShowsThrough();
@@ -326,6 +331,21 @@ void SurfacesTest::glassCoversWhatPlasticCovers()
     }
 }
 
+void SurfacesTest::glassIsTheSameInWhateverOrderItsFacesStand()
+{
+    // Two sheets one behind the other, both seen from their fronts.
+    const QByteArray points = "v -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nv -1 -1 1\nv 1 -1 1\nv 1 1 1\nv -1 1 1\n";
+    const QByteArray behind = "f 1 2 3 4\n";
+    const QByteArray before = "f 5 6 7 8\n";
+    QVERIFY(m_client->load(m_folder->write("before.obj", points + before + behind)));
+    const QImage nearestFirst = draw(with(0, 3));
+    QVERIFY(m_client->load(m_folder->write("behind.obj", points + behind + before)));
+    QCOMPARE(difference(draw(with(0, 3)), nearestFirst), 0);
+    QCOMPARE(shownPixels(nearestFirst), shownPixels(draw(with(0, 2))));
+    const QColor seen = nearestFirst.pixelColor(60, 60);
+    QVERIFY2(seen.red() > seen.green() + 30, qPrintable(seen.name()));
+}
+
 void SurfacesTest::plasticTakesTheSettingsColour()
 {
     QVERIFY(loadBall("Kd 0.2 0.5 0.3"));
@@ -393,6 +413,8 @@ void SurfacesTest::roughMetalAndSmoothMetalDiffer()
 
 void SurfacesTest::lacquerShinesOverTheColour()
 {
+    // From the side: straight on, lacquer takes about as much light away as it adds.
+    m_client->azimuth = 65;
     const QByteArray bare = R"("pbrMetallicRoughness":{"baseColorFactor":[0.1,0.2,0.6,1],"metallicFactor":0,
         "roughnessFactor":0.9})";
     const QImage matt = drawSquare("{" + bare + "}", {});
@@ -401,6 +423,28 @@ void SurfacesTest::lacquerShinesOverTheColour()
     // A shader that cannot be made leaves nothing of the surface.
     QCOMPARE(shownPixels(coated), shownPixels(matt));
     QVERIFY(difference(coated, matt) > 4);
+}
+
+void SurfacesTest::lacquerReflectsAsMuchAsASmoothSurface()
+{
+    RenderSettings surroundings;
+    surroundings.sun_enabled = false;
+    surroundings.hdr_map_type = 1;
+    m_client->azimuth = 65;
+    const auto lightOf = [&](const QByteArray& roughness, const QByteArray& coat) {
+        const QImage image = drawSquare(R"({"pbrMetallicRoughness":{"baseColorFactor":[0,0,0,1],"metallicFactor":0,
+            "roughnessFactor":)" + roughness +
+                                            "}" + coat + "}",
+                                        {}, surroundings, "KHR_materials_clearcoat");
+        return brightness(image.pixelColor(60, 60));
+    };
+    const int matt = lightOf("1", "");
+    const int smooth = lightOf("0.05", "");
+    const int coated = lightOf(
+        "1", R"(,"extensions":{"KHR_materials_clearcoat":{"clearcoatFactor":1,"clearcoatRoughnessFactor":0.05}})");
+    const QString seen = QString("matt %1, smooth %2, coated %3").arg(matt).arg(smooth).arg(coated);
+    QVERIFY2(smooth > matt + 25, qPrintable(seen));
+    QVERIFY2(coated >= smooth - 3 && coated < smooth + 60, qPrintable(seen));
 }
 
 void SurfacesTest::roughnessTextureCounts()
@@ -494,6 +538,47 @@ void SurfacesTest::translucencyOfAFileIsSeenOverGrey()
                                   {});
     const int expected = (brightness(solid) + 128) / 2;
     QVERIFY2(qAbs(brightness(seen) - expected) < 6, qPrintable(text(seen, solid)));
+}
+
+void SurfacesTest::oneSidedTranslucencyIsSeenFromTheFrontAlone()
+{
+    const QByteArray pane = R"("alphaMode":"BLEND","pbrMetallicRoughness":{"baseColorFactor":[1,0,0,0.5],
+        "metallicFactor":0})";
+    const int front = shownPixels(drawSquare("{" + pane + "}", {}));
+    QVERIFY(front > 1000);
+    m_client->azimuth = 180;
+    QCOMPARE(shownPixels(draw()), 0);
+    QCOMPARE(shownPixels(drawSquare("{\"doubleSided\":true," + pane + "}", {})), front);
+}
+
+void SurfacesTest::opaqueSurfacesAreSeenFromBothSides()
+{
+    const int front = shownPixels(drawSquare(R"({"doubleSided":false})", {}));
+    QVERIFY(front > 1000);
+    m_client->azimuth = 180;
+    QCOMPARE(shownPixels(draw()), front);
+}
+
+void SurfacesTest::samplerThatAsksForTheNearestTexelGetsIt()
+{
+    QImage texture(2, 1, QImage::Format_RGB32);
+    texture.setPixelColor(0, 0, Qt::red);
+    texture.setPixelColor(1, 0, Qt::blue);
+    const QByteArray material = R"({"pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0},
+        "extensions":{"KHR_materials_unlit":{}}})";
+    const QColor mixed = drawSquare(material, {texture}, {}, "KHR_materials_unlit").pixelColor(56, 60);
+    QVERIFY2(mixed.red() > 60 && mixed.blue() > 60, qPrintable(mixed.name()));
+    QFile file(m_folder->path("square.gltf"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QByteArray json = file.readAll();
+    json.replace("{\"source\":0}", "{\"source\":0,\"sampler\":0}");
+    json.replace("\"images\":", "\"samplers\":[{\"magFilter\":9728}],\"images\":");
+    QVERIFY2(m_client->load(m_folder->write("pixels.gltf", json)), qPrintable(m_client->failure()));
+    for (const RenderSettings& settings : {with(0), raw(), with(0)}) {
+        const QImage sharp = draw(settings);
+        QVERIFY2(distance(sharp.pixelColor(56, 60), Qt::red) <= 1, qPrintable(sharp.pixelColor(56, 60).name()));
+        QVERIFY2(distance(sharp.pixelColor(64, 60), Qt::blue) <= 1, qPrintable(sharp.pixelColor(64, 60).name()));
+    }
 }
 
 void SurfacesTest::translucentColoursOfVerticesCountOnce()

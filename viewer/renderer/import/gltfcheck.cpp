@@ -87,6 +87,14 @@ std::string checkNodes(JsonValue root)
     return seen == nodes.size() ? "" : "is damaged: a node contains itself";
 }
 
+std::string checkCounts(JsonValue root)
+{
+    for (const char* list : {"materials", "textures", "images"})
+        if (root[list].size() > kMaxGltfMaterials)
+            return std::string("holds more ") + list + " than allowed";
+    return {};
+}
+
 std::string checkImages(JsonValue root, const GltfAccessors& accessors)
 {
     std::string reason;
@@ -142,6 +150,8 @@ GltfCheck checkGltf(std::string_view json, std::string_view binary, const SideFi
         result.reason = checkExtensions(root, result.notes);
     if (result.reason.empty())
         result.reason = checkNodes(root);
+    if (result.reason.empty())
+        result.reason = checkCounts(root);
     if (!result.reason.empty())
         return result;
 

@@ -19,6 +19,8 @@ inline constexpr std::uint64_t kMaxCheckedElements = 1'000'000'000;
 inline constexpr std::uint64_t kMaxGltfCorners = 200'000'000;
 /// Most bones of a skeleton: vertices name them by 16 bits.
 inline constexpr std::size_t kMaxBones = 65'536;
+/// Most materials, and most textures and images each. A material that is drawn takes 120 KB and a draw call of its own.
+inline constexpr std::uint64_t kMaxGltfMaterials = 10'000;
 
 inline constexpr const char* kTooManyElements = "claims more elements than allowed";
 

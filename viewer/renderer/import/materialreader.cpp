@@ -31,6 +31,9 @@ Wrap wrapFrom(aiTextureMapMode mode)
     }
 }
 
+/// A glTF sampler's filter for what is drawn larger than it is, as the file numbers them.
+constexpr unsigned kNearest = 9728;
+
 bool isGltf(std::int32_t format)
 {
     return format == kFormatGltf || format == kFormatGlb;
@@ -108,6 +111,7 @@ MaterialData MaterialReader::read(unsigned index)
     if (!texture.name.empty())
         out.base_texture = loadTexture(texture.name);
     out.wrap = texture.wrap;
+    out.smooth = texture.smooth;
 
     const bool ownColours = m_request.model_format != kFormatStl && out.name != AI_DEFAULT_MATERIAL_NAME;
     if (ownColours) {
@@ -148,6 +152,9 @@ MaterialReader::TextureUse MaterialReader::textureUse(const aiMaterial& material
         use.type = number;
         use.name = path.C_Str();
         use.wrap = wrapFrom(modes[0]);
+        unsigned filter = 0;
+        use.smooth =
+            material.Get(AI_MATKEY_GLTF_MAPPINGFILTER_MAG(type, 0), filter) != aiReturn_SUCCESS || filter != kNearest;
         aiUVTransform transform;
         if (material.Get(AI_MATKEY_UVTRANSFORM(type, 0), transform) == aiReturn_SUCCESS)
             applyTransform(transform, isGltf(m_request.model_format), use.texcoords);
@@ -290,35 +297,37 @@ void MaterialReader::readEmission(const aiMaterial& material, MaterialData& out)
 void MaterialReader::readMaps(const aiMaterial& material, MaterialData& out)
 {
     const TexcoordUse leading = leadingTexture(material).texcoords;
-    out.normal_map = readMap(textureUse(material, {aiTextureType_NORMALS, aiTextureType_NORMAL_CAMERA}), leading);
+    const auto map = [&](std::initializer_list<int> types, const char* kind) {
+        return readMap(textureUse(material, types), leading, kind, out);
+    };
+    out.normal_map = map({aiTextureType_NORMALS, aiTextureType_NORMAL_CAMERA}, "normal");
     out.normal_scale = number(material, AI_MATKEY_GLTF_TEXTURE_SCALE(aiTextureType_NORMALS, 0), 1.0f);
     if (out.normal_map.texture < 0) {
-        out.normal_map = readMap(textureUse(material, {aiTextureType_HEIGHT}), leading);
+        out.normal_map = map({aiTextureType_HEIGHT}, "bump");
         out.normal_kind = BumpKind::unknown;
     }
-    out.occlusion_map =
-        readMap(textureUse(material, {aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION}), leading);
+    out.occlusion_map = map({aiTextureType_LIGHTMAP, aiTextureType_AMBIENT_OCCLUSION}, "occlusion");
     out.occlusion_strength =
         clamped(number(material, AI_MATKEY_GLTF_TEXTURE_STRENGTH(aiTextureType_LIGHTMAP, 0), 1.0f));
 
     const TextureUse emissive = textureUse(material, {aiTextureType_EMISSIVE, aiTextureType_EMISSION_COLOR});
-    out.emissive_map = readMap(emissive, leading);
+    out.emissive_map = readMap(emissive, leading, "emission", out);
     // In older formats the texture alone counts, and what glows where it says so does not glow all over without it.
     if (!isGltf(m_request.model_format) && !emissive.name.empty())
         std::fill(std::begin(out.emissive), std::end(out.emissive), out.emissive_map.texture >= 0 ? 1.0f : 0.0f);
 
     if (isSpecularGlossiness(material)) {
-        out.roughness_map = readMap(textureUse(material, {aiTextureType_SPECULAR}), leading);
+        out.roughness_map = map({aiTextureType_SPECULAR}, "glossiness");
         out.roughness_channels = RoughnessChannels::specular_glossiness;
     } else if (isGltf(m_request.model_format)) {
-        out.roughness_map = readMap(textureUse(material, {aiTextureType_UNKNOWN}), leading);
+        out.roughness_map = map({aiTextureType_UNKNOWN}, "roughness");
     } else {
-        out.roughness_map = readMap(textureUse(material, {aiTextureType_DIFFUSE_ROUGHNESS}), leading);
+        out.roughness_map = map({aiTextureType_DIFFUSE_ROUGHNESS}, "roughness");
         out.roughness_channels = RoughnessChannels::roughness;
         if (out.roughness_map.texture >= 0) {
             out.roughness = 1.0f;
         } else {
-            out.roughness_map = readMap(textureUse(material, {aiTextureType_METALNESS}), leading);
+            out.roughness_map = map({aiTextureType_METALNESS}, "metallic");
             out.roughness_channels = RoughnessChannels::metallic;
             out.metallic = out.roughness_map.texture >= 0 ? 1.0f : out.metallic;
         }
@@ -329,15 +338,21 @@ void MaterialReader::readMaps(const aiMaterial& material, MaterialData& out)
         out.base_texture = whiteTexture();
 }
 
-TextureMap MaterialReader::readMap(const TextureUse& use, const TexcoordUse& leading)
+TextureMap MaterialReader::readMap(const TextureUse& use, const TexcoordUse& leading, const char* kind,
+                                   const MaterialData& of)
 {
     TextureMap map;
+    if (use.name.empty())
+        return map;
     // A mesh keeps one set of texture coordinates; what uses another one would lie wrongly.
-    if (use.name.empty() || use.texcoords.set != leading.set)
+    if (use.texcoords.set != leading.set || !relativeTransform(use.texcoords, leading, map.m)) {
+        const std::string name = of.name.empty() ? "a material without a name" : "material " + of.name;
+        m_model.notes.push_back("the " + std::string(kind) + " map of " + name +
+                                " lies on other texture coordinates than its other textures and is left out");
         return map;
-    if (!relativeTransform(use.texcoords, leading, map.m))
-        return map;
+    }
     map.wrap = use.wrap;
+    map.smooth = use.smooth;
     map.texture = loadTexture(use.name);
     return map;
 }

@@ -38,6 +38,7 @@ private:
         std::string name;
         TexcoordUse texcoords;
         Wrap wrap = Wrap::repeat;
+        bool smooth = true;
     };
 
     [[nodiscard]] TextureUse textureUse(const aiMaterial& material, std::initializer_list<int> types) const;
@@ -52,7 +53,10 @@ private:
     void readPhong(const aiMaterial& material, MaterialData& out) const;
     void readEmission(const aiMaterial& material, MaterialData& out) const;
     void readMaps(const aiMaterial& material, MaterialData& out);
-    TextureMap readMap(const TextureUse& use, const TexcoordUse& leading);
+
+    /// Notes a map that cannot be laid on the coordinates that the mesh gets.
+    /// @param kind what the map is, in plain words.
+    TextureMap readMap(const TextureUse& use, const TexcoordUse& leading, const char* kind, const MaterialData& of);
     void requireAllTextures(const aiMaterial& material);
     int loadTexture(const std::string& name);
     int whiteTexture();

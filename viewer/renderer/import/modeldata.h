@@ -49,6 +49,7 @@ struct TextureMap
 {
     int texture = -1; ///< index into ModelData::textures, or -1
     Wrap wrap = Wrap::repeat;
+    bool smooth = true; ///< texels are interpolated
     float m[2][3] = {{1, 0, 0}, {0, 1, 0}};
 };
 
@@ -75,11 +76,13 @@ struct MaterialData
     float base_colour[4] = {0.8f, 0.8f, 0.8f, 1.0f};
     int base_texture = -1; ///< index into ModelData::textures, or -1
     Wrap wrap = Wrap::repeat;
+    bool smooth = true; ///< texels of the base texture are interpolated
     AlphaMode alpha_mode = AlphaMode::opaque;
     float alpha_cutoff = 0.5f;
     int opacity_texture = -1; ///< its grey multiplies the base texture's alpha, at the same place
     bool unlit = false;
-    bool double_sided = true; ///< both sides of a translucent surface are seen; of opaque ones they always are
+    bool double_sided = true; ///< both sides of a translucent surface are seen; of opaque ones they always are,
+                              ///< since many files have some faces turned the wrong way round
 
     float metallic = 0;
     float roughness = 0.55f;

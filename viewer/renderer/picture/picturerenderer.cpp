@@ -151,6 +151,7 @@ void PictureRenderer::warmUp(Surface surface)
     protocol::RenderRequest request;
     request.width = request.height = 16;
     request.quality = protocol::Quality::draft;
+    request.settings = warmUpSettings(surface);
     std::vector<std::uint8_t> picture(protocol::rowBytes(request.width) * 16);
     std::string reason;
     draw(request, picture.data(), picture.size(), reason);

@@ -1,5 +1,7 @@
 #include "viewer/renderer/picture/warmup.h"
 
+#include "viewer/renderer/scene/materiallook.h"
+
 #include <cstdint>
 
 namespace ov3d::renderer {
@@ -39,6 +41,14 @@ ModelData warmUpModel(Surface surface)
         material.occlusion_map.texture = addTexture(model, 255, 255, 255);
     }
     return model;
+}
+
+protocol::RenderSettings warmUpSettings(Surface surface)
+{
+    protocol::RenderSettings settings;
+    if (surface == Surface::glass)
+        settings.material_type_b = kGlassPreset;
+    return settings;
 }
 
 } // namespace ov3d::renderer

@@ -11,7 +11,7 @@ enum Preset
     brass,
     chrome,
     plastic,
-    glass,
+    glass = kGlassPreset,
     stone,
     rubber,
     fromFile,

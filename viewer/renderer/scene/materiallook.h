@@ -7,6 +7,9 @@
 /// What a surface looks like under the settings. Pure decisions: no VTK.
 namespace ov3d::renderer {
 
+/// The `material_type_b` that makes all surfaces glass.
+inline constexpr int kGlassPreset = 3;
+
 /// How a fragment gets its colour.
 enum class Shading
 {
@@ -32,7 +35,7 @@ struct MaterialLook
     bool file_maps = false;    ///< the file's other textures count
     bool file_alpha = false;   ///< the file's alpha makes translucent
     bool stone = false;        ///< a grain lies over the colour
-    bool glass = false;        ///< all parts are of one glass: drawn in two layers, the nearest of each
+    bool glass = false;        ///< all surfaces are of one glass, and of one look
     bool smooth_texels = true; ///< textures are interpolated
 
     friend bool operator==(const MaterialLook&, const MaterialLook&) = default;

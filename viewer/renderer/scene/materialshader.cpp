@@ -150,9 +150,14 @@ void correctGenerated(vtkShaderProperty& shader, const SurfaceShader& surface, c
     replaceGenerated(shader, "vec3 emissiveColor = vec3(0.0);",
                      "vec3 emissiveColor = emissiveFactorUniform" + glow + ";");
     replaceGenerated(shader, "texture(brdfTex, vec2(NdV, roughness)).rg", "reflectance(NdV, roughness)");
-    replaceGenerated(shader, "texture(brdfTex, vec2(coatNdV, coatRoughness)).rg", "reflectance(coatNdV, coatRoughness)");
+    replaceGenerated(shader, "texture(brdfTex, vec2(coatNdV, coatRoughness)).rg",
+                     "reflectance(coatNdV, coatRoughness)");
     replaceGenerated(shader, "pow(1.0 - HdL, 5.0)",
                      "((1.0 - HdL) * (1.0 - HdL) * (1.0 - HdL) * (1.0 - HdL) * (1.0 - HdL))");
+    // VTK weights what lacquer reflects of the surroundings by its share twice, and lets all light through it.
+    replaceGenerated(shader, "(coatF0 * coatBrdf.r + coatBrdf.g) * Fc;",
+                     "(coatF0 * coatBrdf.r + coatBrdf.g) * coatStrength;");
+    replaceGenerated(shader, "  color *= coatColorFactor;", "  color *= coatColorFactor * (1.0 - Fc);");
     std::string finish = kDisplayShader;
     if (surface.glassy)
         finish = "  float edge = 1.0 - NdV;\n"
@@ -186,6 +191,10 @@ void setUpShader(vtkActor& actor, const SurfaceShader& surface, const MaterialDa
     vtkUniforms& uniforms = *shader.GetFragmentCustomUniforms();
     uniforms.RemoveAllUniforms();
 
+    // Not by OpenGL's own offset, which the software driver forgets where two triangles make an upright rectangle.
+    if (surface.behind)
+        shader.AddVertexShaderReplacement("//VTK::PositionVC::Impl", true,
+                                          "//VTK::PositionVC::Impl\n  gl_Position.z += 2e-6 * gl_Position.w;\n", false);
     std::string declarations = kColourFunctions;
     std::string code;
     if (surface.grain && surface.shading == Shading::lit) {

@@ -24,6 +24,7 @@ struct SurfaceShader
     bool file_opacity = true;       ///< the cut-out counts the surface's opacity, which is then 1
     bool blend = false;             ///< translucent; otherwise alpha is 1
     bool glassy = false;            ///< translucent all over: highlights and edges hide what is behind
+    bool behind = false;            ///< a trace farther away than it is: two shaders may round one place differently
     bool round_points = false;
     bool shaded_points = false; ///< darker towards the rim
 };

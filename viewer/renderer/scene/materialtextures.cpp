@@ -31,7 +31,7 @@ int wrapOf(Wrap wrap)
     return vtkTexture::Repeat;
 }
 
-vtkSmartPointer<vtkTexture> makeTexture(const DecodedImage& image, Wrap wrap)
+vtkSmartPointer<vtkTexture> makeTexture(const DecodedImage& image, Wrap wrap, bool smooth)
 {
     vtkNew<vtkImageData> pixels;
     pixels->SetDimensions(image.width, image.height, 1);
@@ -44,8 +44,8 @@ vtkSmartPointer<vtkTexture> makeTexture(const DecodedImage& image, Wrap wrap)
 
     auto texture = vtkSmartPointer<vtkTexture>::New();
     texture->SetInputData(pixels);
-    texture->InterpolateOn();
-    texture->MipmapOn();
+    texture->SetInterpolate(smooth);
+    texture->SetMipmap(smooth);
     // More would cost a software driver as much as all the rest of a fragment, and pictures at rest are supersampled.
     texture->SetMaximumAnisotropicFiltering(1.0f);
     texture->SetColorModeToDirectScalars();
@@ -99,7 +99,8 @@ BaseImage MaterialTextures::baseImage(const MaterialData& material)
     if (base == nullptr)
         return {};
     const DecodedImage* opacity = image(material.opacity_texture);
-    const Key key{material.base_texture, material.wrap, asItIs, opacity ? material.opacity_texture : -1};
+    const Key key{material.base_texture, material.wrap, material.smooth, asItIs,
+                  opacity ? material.opacity_texture : -1};
     const auto [at, isNew] = m_bases.try_emplace(key);
     if (isNew) {
         DecodedImage combined;
@@ -109,7 +110,7 @@ BaseImage MaterialTextures::baseImage(const MaterialData& material)
             base = &combined;
         }
         const AlphaFacts facts = alphaFacts(*base);
-        at->second = {makeTexture(*base, material.wrap), facts.cutOut, facts.translucent};
+        at->second = {makeTexture(*base, material.wrap, material.smooth), facts.cutOut, facts.translucent};
     }
     return at->second;
 }
@@ -122,12 +123,12 @@ vtkSmartPointer<vtkTexture> MaterialTextures::roughnessTexture(const MaterialDat
         return nullptr;
     if (material.roughness_channels == RoughnessChannels::roughness_metallic)
         return plainTexture(map);
-    auto& texture =
-        m_textures[{map.texture, map.wrap, roughnessAndMetallic, static_cast<int>(material.roughness_channels)}];
+    auto& texture = m_textures[{map.texture, map.wrap, map.smooth, roughnessAndMetallic,
+                                static_cast<int>(material.roughness_channels)}];
     if (!texture) {
         DecodedImage arranged = *source;
         arrangeRoughness(arranged, material.roughness_channels);
-        texture = makeTexture(arranged, map.wrap);
+        texture = makeTexture(arranged, map.wrap, map.smooth);
     }
     return texture;
 }
@@ -140,9 +141,9 @@ vtkSmartPointer<vtkTexture> MaterialTextures::normalTexture(const MaterialData& 
         return nullptr;
     if (material.normal_kind == BumpKind::normals || looksLikeNormals(*source))
         return plainTexture(map);
-    auto& texture = m_textures[{map.texture, map.wrap, directions, 0}];
+    auto& texture = m_textures[{map.texture, map.wrap, map.smooth, directions, 0}];
     if (!texture)
-        texture = makeTexture(normalsFromHeights(*source), map.wrap);
+        texture = makeTexture(normalsFromHeights(*source), map.wrap, map.smooth);
     return texture;
 }
 
@@ -151,9 +152,9 @@ vtkSmartPointer<vtkTexture> MaterialTextures::plainTexture(const TextureMap& map
     const DecodedImage* source = image(map.texture);
     if (source == nullptr)
         return nullptr;
-    auto& texture = m_textures[{map.texture, map.wrap, asItIs, 0}];
+    auto& texture = m_textures[{map.texture, map.wrap, map.smooth, asItIs, 0}];
     if (!texture)
-        texture = makeTexture(*source, map.wrap);
+        texture = makeTexture(*source, map.wrap, map.smooth);
     return texture;
 }
 
@@ -162,9 +163,9 @@ BaseImage MaterialTextures::specularGlossiness(const MaterialData& material, vtk
     DecodedImage diffuse = *image(material.base_texture);
     DecodedImage surface = *image(material.roughness_map.texture);
     translateSpecularGlossiness(material, diffuse, surface);
-    roughness = makeTexture(surface, material.roughness_map.wrap);
+    roughness = makeTexture(surface, material.roughness_map.wrap, material.roughness_map.smooth);
     const AlphaFacts facts = alphaFacts(diffuse);
-    return {makeTexture(diffuse, material.wrap), facts.cutOut, facts.translucent};
+    return {makeTexture(diffuse, material.wrap, material.smooth), facts.cutOut, facts.translucent};
 }
 
 void MaterialTextures::releaseImages()

@@ -53,8 +53,8 @@ private:
     vtkSmartPointer<vtkTexture> plainTexture(const TextureMap& map);
     BaseImage specularGlossiness(const MaterialData& material, vtkSmartPointer<vtkTexture>& roughness);
 
-    /// Image, wrap and what was made of it.
-    using Key = std::tuple<int, Wrap, int, int>;
+    /// Image, wrap, whether it is interpolated, and what was made of it.
+    using Key = std::tuple<int, Wrap, bool, int, int>;
 
     ModelData& m_model;
     std::map<int, DecodedImage> m_images; ///< empty for one that cannot be read

@@ -1,24 +1,18 @@
 #include "viewer/renderer/scene/modelscene.h"
 
+#include "viewer/renderer/scene/glasslayers.h"
 #include "viewer/renderer/scene/materialshader.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <vtkActor.h>
-#include <vtkCellArray.h>
-#include <vtkFloatArray.h>
 #include <vtkImageData.h>
+#include <vtkMapper.h>
 #include <vtkNew.h>
-#include <vtkOpenGLPolyDataMapper.h>
-#include <vtkOpenGLVertexBufferObject.h>
-#include <vtkPointData.h>
-#include <vtkPoints.h>
 #include <vtkPolyData.h>
 #include <vtkProperty.h>
 #include <vtkRenderer.h>
 #include <vtkTexture.h>
-#include <vtkTypeInt32Array.h>
-#include <vtkUnsignedCharArray.h>
 
 namespace ov3d::renderer {
 namespace {
@@ -26,65 +20,7 @@ namespace {
 /// Pixels of the picture.
 constexpr float kLineWidth = 1.5f;
 
-/// Of everything that is not a metal, lacquer included.
-constexpr double kIndexOfRefraction = 1.5;
-
-/// VTK's highlights become points of infinite brightness at zero.
-constexpr float kLeastRoughness = 0.05f;
-
 constexpr int kGrainSide = 256;
-
-/// What glass is seen against, as displayed, and how much of its own colour its far side has.
-constexpr float kNeutralGrey = 0.5f;
-constexpr float kInsideTint = 0.6f;
-
-/// Of the near sides of glass the nearest two are told apart: each more would cost a picture of its own.
-constexpr int kGlassPeels = 1;
-
-template <typename Array, typename Value> vtkSmartPointer<Array> borrow(std::vector<Value>& values, int components)
-{
-    auto array = vtkSmartPointer<Array>::New();
-    array->SetNumberOfComponents(components);
-    array->SetArray(values.data(), static_cast<vtkIdType>(values.size()), 1 /* the vector keeps it */);
-    return array;
-}
-
-vtkSmartPointer<vtkCellArray> cellsOf(MeshData& mesh, int corners)
-{
-    // Vertex counts stay below 2^31, so the same bits serve as signed indices.
-    vtkNew<vtkTypeInt32Array> connectivity;
-    connectivity->SetArray(reinterpret_cast<vtkTypeInt32*>(mesh.indices.data()),
-                           static_cast<vtkIdType>(mesh.indices.size()), 1);
-    auto cells = vtkSmartPointer<vtkCellArray>::New();
-    cells->SetData(corners, connectivity);
-    return cells;
-}
-
-vtkSmartPointer<vtkPolyData> polyDataOf(MeshData& mesh)
-{
-    auto data = vtkSmartPointer<vtkPolyData>::New();
-    vtkNew<vtkPoints> points;
-    points->SetData(borrow<vtkFloatArray>(mesh.positions, 3));
-    data->SetPoints(points);
-    switch (mesh.primitive) {
-    case Primitive::triangles:
-        data->SetPolys(cellsOf(mesh, 3));
-        break;
-    case Primitive::lines:
-        data->SetLines(cellsOf(mesh, 2));
-        break;
-    case Primitive::points:
-        data->SetVerts(cellsOf(mesh, 1));
-        break;
-    }
-    if (!mesh.normals.empty())
-        data->GetPointData()->SetNormals(borrow<vtkFloatArray>(mesh.normals, 3));
-    if (!mesh.texcoords.empty())
-        data->GetPointData()->SetTCoords(borrow<vtkFloatArray>(mesh.texcoords, 2));
-    if (!mesh.colours.empty())
-        data->GetPointData()->SetScalars(borrow<vtkUnsignedCharArray>(mesh.colours, 4));
-    return data;
-}
 
 bool hasTranslucentColours(const MeshData& mesh)
 {
@@ -100,38 +36,10 @@ void makeColoursOpaque(MeshData& mesh)
         mesh.colours[i] = 255;
 }
 
-Colour linear(const Colour& displayed)
+void setUpTexels(vtkTexture& texture, bool smooth)
 {
-    return {linearFromDisplayed(displayed[0]), linearFromDisplayed(displayed[1]), linearFromDisplayed(displayed[2])};
-}
-
-void setUpProperty(vtkProperty& property, const MaterialLook& look, const MaterialData& material)
-{
-    const bool lit = look.shading == Shading::lit;
-    const Colour colour = lit ? linear(look.colour) : look.colour;
-    const Colour emissive = linear(look.emissive);
-    property.SetInterpolationToPBR();
-    property.SetLighting(lit);
-    property.SetColor(colour[0], colour[1], colour[2]);
-    property.SetAmbient(0.0);
-    property.SetDiffuse(1.0);
-    property.SetOpacity(look.opacity);
-    property.SetMetallic(look.metallic);
-    property.SetRoughness(std::max(look.roughness, kLeastRoughness));
-    property.SetBaseIOR(kIndexOfRefraction);
-    property.SetEmissiveFactor(emissive[0], emissive[1], emissive[2]);
-    property.SetOcclusionStrength(material.occlusion_strength);
-    property.SetCoatStrength(look.clear_coat);
-    property.SetCoatRoughness(std::max(look.clear_coat_roughness, kLeastRoughness));
-    property.SetCoatIOR(kIndexOfRefraction);
-    property.RemoveAllTextures();
-}
-
-void setUpDrawing(vtkProperty& property, bool asWires, int pixel, float pointSize)
-{
-    asWires ? property.SetRepresentationToWireframe() : property.SetRepresentationToSurface();
-    property.SetLineWidth(kLineWidth * static_cast<float>(pixel));
-    property.SetPointSize(pointSize);
+    texture.SetInterpolate(smooth);
+    texture.SetMipmap(smooth);
 }
 
 /// A speckled square that tiles, the same at every start.
@@ -200,15 +108,9 @@ void ModelScene::addPart(MeshData& mesh)
     if (mesh.primitive == Primitive::points)
         m_points += mesh.indices.size();
 
-    vtkNew<vtkOpenGLPolyDataMapper> mapper;
-    mapper->SetInputData(polyDataOf(mesh));
-    // The model's frame has done that already, and better.
-    mapper->SetVBOShiftScaleMethod(vtkOpenGLVertexBufferObject::DISABLE_SHIFT_SCALE);
-    mapper->SetColorModeToDirectScalars();
-
     Part& part = m_parts.emplace_back();
-    part.actor = vtkSmartPointer<vtkActor>::New();
-    part.actor->SetMapper(mapper);
+    part.mesh = polyDataOf(mesh);
+    part.actor = makeActor(*part.mesh);
     part.translucentColours = hasTranslucentColours(mesh);
 }
 
@@ -229,8 +131,7 @@ void ModelScene::dress(Part& part, const MeshData& mesh, const MaterialLook& loo
     if (mapped && base.texture && (look.file_texture || shader.cut_out)) {
         shader.base_texture = true;
         shader.colour_from_base = look.file_texture;
-        base.texture->SetInterpolate(look.smooth_texels);
-        base.texture->SetMipmap(look.smooth_texels);
+        setUpTexels(*base.texture, look.smooth_texels && material.smooth);
         property.SetTexture("baseTex", base.texture);
     }
     if (mapped && look.file_maps) {
@@ -254,12 +155,11 @@ void ModelScene::dress(Part& part, const MeshData& mesh, const MaterialLook& loo
         property.SetOpacity(1.0); // theirs contains it
 
     const bool translucentTexels = shader.colour_from_base && (base.cutOut || base.translucent);
-    part.translucent = look.glass        ? false
-                       : look.file_alpha ? material.alpha_mode == AlphaMode::blend &&
-                                               (look.opacity < 1.0f || translucentTexels ||
-                                                (shader.vertex_colours && part.translucentColours))
-                                         : look.opacity < 1.0f;
-    shader.blend = part.translucent || look.glass;
+    part.translucent = look.file_alpha ? material.alpha_mode == AlphaMode::blend &&
+                                             (look.opacity < 1.0f || translucentTexels ||
+                                              (shader.vertex_colours && part.translucentColours))
+                                       : look.opacity < 1.0f;
+    shader.blend = part.translucent;
     shader.glassy = shader.blend && !translucentTexels && look.shading == Shading::lit;
     if (mesh.primitive == Primitive::points) {
         shader.round_points = true;
@@ -267,40 +167,9 @@ void ModelScene::dress(Part& part, const MeshData& mesh, const MaterialLook& loo
     }
     actor.SetForceTranslucent(shader.blend);
     actor.SetForceOpaque(!shader.blend);
-    property.SetBackfaceCulling(look.glass || (part.translucent && look.file_alpha && !material.double_sided));
+    property.SetBackfaceCulling(part.translucent && look.file_alpha && !material.double_sided);
     setUpShader(actor, shader, material);
     part.look = look;
-    dressInside(part, mesh, look);
-}
-
-/// Peeling every layer of a whole model of glass would take seconds on a software driver: the far sides are drawn first,
-/// solid, then the nearest of the near sides, blended over them. Of each the nearest is seen; as all parts have one colour, hardly
-/// anybody misses those in between.
-void ModelScene::dressInside(Part& part, const MeshData& mesh, const MaterialLook& look)
-{
-    if (!look.glass || mesh.primitive != Primitive::triangles) {
-        part.inside = nullptr;
-        return;
-    }
-    const MaterialData& material = m_model.materials[mesh.material];
-    MaterialLook far = look;
-    far.opacity = 1.0f;
-    for (float& channel : far.colour)
-        channel = kNeutralGrey + (channel - kNeutralGrey) * kInsideTint;
-    part.inside = vtkSmartPointer<vtkActor>::New();
-    part.inside->SetMapper(part.actor->GetMapper());
-    vtkProperty& property = *part.inside->GetProperty();
-    setUpProperty(property, far, material);
-    property.SetFrontfaceCulling(true);
-    SurfaceShader shader;
-    shader.shading = look.shading;
-    if (material.alpha_mode == AlphaMode::mask && part.actor->GetProperty()->GetTexture("baseTex") != nullptr) {
-        shader.cut_out = shader.base_texture = true;
-        shader.file_opacity = false;
-        property.SetTexture("baseTex", part.actor->GetProperty()->GetTexture("baseTex"));
-    }
-    part.inside->ForceOpaqueOn();
-    setUpShader(*part.inside, shader, material);
 }
 
 vtkTexture* ModelScene::grain()
@@ -313,60 +182,72 @@ vtkTexture* ModelScene::grain()
 void ModelScene::addTo(vtkRenderer& renderer)
 {
     m_renderer = &renderer;
-    placeActors();
-}
-
-/// VTK draws in the order in which actors came.
-void ModelScene::placeActors()
-{
     for (const Part& part : m_parts)
-        m_renderer->RemoveActor(part.actor);
-    for (const Part& part : m_parts)
-        if (part.inside)
-            m_renderer->AddActor(part.inside);
-    for (const Part& part : m_parts)
-        m_renderer->AddActor(part.actor);
+        renderer.AddActor(part.actor);
 }
 
 void ModelScene::removeFrom(vtkRenderer& renderer)
 {
+    showGlass({});
     m_renderer = nullptr;
-    for (const Part& part : m_parts) {
+    for (const Part& part : m_parts)
         renderer.RemoveActor(part.actor);
-        if (part.inside)
-            renderer.RemoveActor(part.inside);
+}
+
+void ModelScene::showGlass(const std::optional<MaterialLook>& look)
+{
+    if (look == m_glassLook)
+        return;
+    m_glassLook = look;
+    if (m_glass)
+        m_renderer->RemoveViewProp(m_glass);
+    m_glass = nullptr;
+    const auto isGlass = [&](std::size_t i) { return look && m_model.meshes[i].primitive == Primitive::triangles; };
+    for (std::size_t i = 0; i < m_parts.size(); ++i)
+        m_parts[i].actor->SetVisibility(!isGlass(i));
+    if (!look)
+        return;
+    m_glass = vtkSmartPointer<GlassLayers>::New();
+    for (std::size_t i = 0; i < m_parts.size(); ++i) {
+        const std::uint32_t material = m_model.meshes[i].material;
+        if (!isGlass(i))
+            continue;
+        vtkTexture* cutOut = nullptr;
+        if (m_model.materials[material].alpha_mode == AlphaMode::mask && !m_model.meshes[i].texcoords.empty())
+            cutOut = m_textures[material].base.texture;
+        if (cutOut != nullptr)
+            setUpTexels(*cutOut, m_model.materials[material].smooth);
+        m_glass->add(*m_parts[i].mesh, *look, m_model.materials[material], cutOut);
     }
+    m_renderer->AddViewProp(m_glass);
 }
 
 void ModelScene::apply(const protocol::RenderSettings& settings, int pixel)
 {
-    m_translucent = m_glass = false;
-    bool changed = false;
-    const float pointSize = pointDiameter(settings.point_size, m_points) * static_cast<float>(pixel);
+    const auto samples = static_cast<float>(pixel);
+    const float pointSize = pointDiameter(settings.point_size, m_points) * samples;
+    std::optional<MaterialLook> glass;
+    bool isTranslucent = false;
     for (std::size_t i = 0; i < m_parts.size(); ++i) {
         Part& part = m_parts[i];
         const MeshData& mesh = m_model.meshes[i];
         const MaterialLook look = lookOf(m_model.materials[mesh.material], mesh.primitive, settings);
-        if (part.look != look) {
-            if (m_renderer && part.inside)
-                m_renderer->RemoveActor(part.inside);
-            changed = changed || part.inside || look.glass;
-            dress(part, mesh, look);
+        if (look.glass) {
+            glass = look;
+            continue;
         }
-        m_translucent = m_translucent || part.translucent;
-        m_glass = m_glass || look.glass;
-        const bool asWires = mesh.primitive == Primitive::triangles && settings.wireframe;
-        for (vtkActor* actor : {part.actor.Get(), part.inside.Get()})
-            if (actor)
-                setUpDrawing(*actor->GetProperty(), asWires, pixel, pointSize);
+        if (part.look != look)
+            dress(part, mesh, look);
+        isTranslucent = isTranslucent || part.translucent;
+        const bool isSurface = mesh.primitive == Primitive::triangles;
+        setUpDrawing(*part.actor->GetProperty(), {isSurface && settings.wireframe, kLineWidth * samples, pointSize});
     }
-    if (m_renderer && changed)
-        placeActors();
     if (!m_renderer)
         return;
-    m_renderer->SetUseDepthPeeling(m_translucent || m_glass);
-    if (!m_translucent)
-        m_renderer->SetMaximumNumberOfPeels(kGlassPeels);
+    showGlass(glass);
+    if (m_glass)
+        m_glass->setUpDrawing({settings.wireframe, kLineWidth * samples, pointSize});
+    m_renderer->SetUseDepthPeeling(isTranslucent);
 }
 
 } // namespace ov3d::renderer

@@ -10,10 +10,13 @@
 #include <vtkSmartPointer.h>
 
 class vtkActor;
+class vtkPolyData;
 class vtkRenderer;
 class vtkTexture;
 
 namespace ov3d::renderer {
+
+class GlassLayers;
 
 /// A model as VTK draws it: one actor a material and kind of primitive. Owns the model's arrays, which VTK borrows.
 class ModelScene
@@ -39,8 +42,8 @@ private:
     /// What draws one of the model's meshes.
     struct Part
     {
+        vtkSmartPointer<vtkPolyData> mesh;
         vtkSmartPointer<vtkActor> actor;
-        vtkSmartPointer<vtkActor> inside; ///< the far sides of glass, drawn before everything else; mostly null
         std::optional<MaterialLook> look; ///< what the actor is set up for
         bool translucentColours = false;  ///< some vertex is translucent
         bool translucent = false;         ///< as it is set up
@@ -48,8 +51,8 @@ private:
 
     void addPart(MeshData& mesh);
     void dress(Part& part, const MeshData& mesh, const MaterialLook& look);
-    void dressInside(Part& part, const MeshData& mesh, const MaterialLook& look);
-    void placeActors();
+    /// Shows all surfaces as glass of that look, or none.
+    void showGlass(const std::optional<MaterialLook>& look);
     vtkTexture* grain();
 
     ModelData m_model;
@@ -58,8 +61,8 @@ private:
     std::vector<Part> m_parts;               ///< one for each of the model's meshes
     vtkSmartPointer<vtkTexture> m_grain;     ///< the stone's, made when it is first wanted
     std::size_t m_points = 0;
-    bool m_translucent = false;
-    bool m_glass = false;
+    vtkSmartPointer<GlassLayers> m_glass;
+    std::optional<MaterialLook> m_glassLook;
 };
 
 } // namespace ov3d::renderer
