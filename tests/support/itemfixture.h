@@ -50,6 +50,13 @@ public:
     /// Creates an item through the factory. The fixture releases it unless release() or forget() came first.
     COv3DObject* createItem();
 
+    /// Takes an item of a class of the test's own over, as if createItem() had made it. @return the item.
+    template <typename Item> Item* adopt(Item* item)
+    {
+        m_items.append(item);
+        return item;
+    }
+
     /// Releases an item without the wait after a load: its timer is invalidated before. Takes the 300 ms of a stop.
     void release(COv3DObject* item);
 

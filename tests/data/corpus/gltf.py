@@ -11,6 +11,12 @@ from .table import GZIP_OF_NOTHING, cut
 
 BOTH = ("red", "blue")
 
+# What several cards say.
+BEYOND_END = "has a part that reaches beyond its end"
+BROKEN_VIEW = "is damaged: a view of its data is not valid"
+WITHIN_ITSELF = "is damaged: a node contains itself"
+WRONG_KIND = "is damaged: a list of numbers is of no valid kind"
+
 
 def beside(table, name, made, **more):
     """A good file with its buffer in a file beside it."""
@@ -65,6 +71,10 @@ def add_several_buffers(table):
     table.good("several-buffers.gltf", made.text(buffers=parts), see=BOTH)
 
 
+def data_uri(picture):
+    return "data:image/png;base64," + base64.b64encode(picture).decode()
+
+
 def add_textures(table):
     def with_texture(name, uri, place, data=None, **more):
         if place:
@@ -83,16 +93,14 @@ def add_textures(table):
     with_texture("texture-jpeg", "flag.jpg", "flag.jpg", images.flag_jpeg())
     with_texture("texture-named-wrongly", "flag.jpg", "flag.jpg", images.flag_png())
 
-    data = "data:image/png;base64," + base64.b64encode(images.flag_png()).decode()
-    table.good("texture-data-uri.gltf", models.textured({"uri": data}).text(), see=BOTH)
+    table.good("texture-data-uri.gltf", models.textured({"uri": data_uri(images.flag_png())}).text(), see=BOTH)
     inside = Document()
     view = inside.view(images.flag_png())
     look = inside.textured({"bufferView": view, "mimeType": "image/png"}, {"wrapS": 33071, "wrapT": 33648})
     inside.shown(inside.primitive(pillar(), look, uvs=True))
     table.good("texture-in-buffer.gltf", inside.text(), see=BOTH)
-    window = "data:image/png;base64," + base64.b64encode(images.window_png()).decode()
     for mode in ("MASK", "BLEND"):
-        made = models.textured({"uri": window}, alphaMode=mode, doubleSided=True)
+        made = models.textured({"uri": data_uri(images.window_png())}, alphaMode=mode, doubleSided=True)
         table.good(f"texture-alpha-{mode.lower()}.gltf", made.text(), see=("red",))
 
     two = Document()
@@ -153,80 +161,38 @@ def add_broken_buffers(table):
     buffer("buffer-is-folder", ".", "needs the file ., which is missing")
     buffer("buffer-claims-4-gigabytes", "materials.bin", "(at byte 1,296 of 4,294,967,295)", byteLength=0xFFFFFFFF)
     buffer("buffer-of-negative-length", "materials.bin", "gives a wrong size for a buffer", byteLength=-1)
-    buffer("buffer-base64-cut", "data:application/octet-stream;base64,AAAA", "has a part that reaches beyond its end")
-    buffer(
-        "buffer-base64-nonsense",
-        "data:application/octet-stream;base64,\x01\x02~~~~",
-        "has a part that reaches beyond its end",
-    )
-    whole = models.two_materials()
-    table.card(
-        "view-beyond-buffer.gltf",
-        models.changed(whole, "bufferViews", 0, byteOffset=1 << 30).text(),
-        "has a part that reaches beyond its end",
-    )
-    whole = models.two_materials()
-    table.card(
-        "view-longer-than-buffer.gltf",
-        models.changed(whole, "bufferViews", 5, byteLength=1 << 31).text(),
-        "has a part that reaches beyond its end",
-    )
-    whole = models.two_materials()
-    table.card(
-        "view-of-no-buffer.gltf",
-        models.changed(whole, "bufferViews", 0, buffer=7).text(),
-        "is damaged: a view of its data is not valid",
-    )
+    buffer("buffer-base64-cut", "data:application/octet-stream;base64,AAAA", BEYOND_END)
+    buffer("buffer-base64-nonsense", "data:application/octet-stream;base64,\x01\x02~~~~", BEYOND_END)
+    broken(table, "view-beyond-buffer", "bufferViews", 0, BEYOND_END, byteOffset=1 << 30)
+    broken(table, "view-longer-than-buffer", "bufferViews", 5, BEYOND_END, byteLength=1 << 31)
+    broken(table, "view-of-no-buffer", "bufferViews", 0, BROKEN_VIEW, buffer=7)
+
+
+def broken(table, name, kind, index, words, **values):
+    """A model that is good but for these values in one of its objects, and so a card."""
+    table.card(f"{name}.gltf", models.changed(models.two_materials(), kind, index, **values).text(), words)
 
 
 def add_broken_structure(table):
-    def broken(name, kind, index, words="", **values):
-        made = models.changed(models.two_materials(), kind, index, **values)
-        table.card(f"{name}.gltf", made.text(), words)
-
-    broken("count-of-4-thousand-million", "accessors", 0, count=0xFFFFFFFF, words="claims more elements than allowed")
-    broken(
-        "count-of-indices-beyond-view", "accessors", 2, count=1_000_000, words="has a part that reaches beyond its end"
-    )
-    broken("count-negative", "accessors", 0, count=-5, words="is damaged: a list of numbers is of no valid kind")
-    broken("accessor-beyond-view", "accessors", 0, byteOffset=100_000, words="has a part that reaches beyond its end")
-    broken(
-        "accessor-of-no-view",
-        "accessors",
-        0,
-        bufferView=99,
-        words="is damaged: a list of numbers names a view that does not exist",
-    )
-    broken(
-        "component-type-unknown",
-        "accessors",
-        0,
-        componentType=9999,
-        words="is damaged: a list of numbers is of no valid kind",
-    )
-    broken(
-        "accessor-type-unknown", "accessors", 0, type="VEC9", words="is damaged: a list of numbers is of no valid kind"
-    )
-    broken(
-        "primitive-without-accessor",
-        "meshes",
-        0,
-        primitives=[{"attributes": {"POSITION": 77}}],
-        words="is damaged: a mesh names numbers that do not exist",
-    )
-    broken("primitive-without-positions", "meshes", 0, "holds nothing", primitives=[{"attributes": {}}])
-    broken("primitives-a-number", "meshes", 0, primitives=5, words='its member "primitives" is of the wrong kind')
-    broken("node-of-no-mesh", "nodes", 0, mesh=42, words="is damaged: a node names a mesh that does not exist")
-    broken(
-        "node-with-child-of-nothing",
-        "nodes",
-        0,
-        children=[1000],
-        words="is damaged: a node names one that does not exist",
-    )
-    broken("node-its-own-child", "nodes", 0, children=[0], words="is damaged: a node contains itself")
-    table.card("cycle-of-2-nodes.gltf", models.cycle(2).text(), "is damaged: a node contains itself")
-    table.card("cycle-of-1000-nodes.gltf", models.cycle(1000).text(), "is damaged: a node contains itself")
+    broken(table, "count-of-4-thousand-million", "accessors", 0, "claims more elements than allowed", count=0xFFFFFFFF)
+    broken(table, "count-of-indices-beyond-view", "accessors", 2, BEYOND_END, count=1_000_000)
+    broken(table, "count-negative", "accessors", 0, WRONG_KIND, count=-5)
+    broken(table, "accessor-beyond-view", "accessors", 0, BEYOND_END, byteOffset=100_000)
+    no_view = "is damaged: a list of numbers names a view that does not exist"
+    broken(table, "accessor-of-no-view", "accessors", 0, no_view, bufferView=99)
+    broken(table, "component-type-unknown", "accessors", 0, WRONG_KIND, componentType=9999)
+    broken(table, "accessor-type-unknown", "accessors", 0, WRONG_KIND, type="VEC9")
+    no_numbers = "is damaged: a mesh names numbers that do not exist"
+    only_positions = [{"attributes": {"POSITION": 77}}]
+    broken(table, "primitive-without-accessor", "meshes", 0, no_numbers, primitives=only_positions)
+    broken(table, "primitive-without-positions", "meshes", 0, "holds nothing", primitives=[{"attributes": {}}])
+    broken(table, "primitives-a-number", "meshes", 0, 'its member "primitives" is of the wrong kind', primitives=5)
+    broken(table, "node-of-no-mesh", "nodes", 0, "is damaged: a node names a mesh that does not exist", mesh=42)
+    no_child = "is damaged: a node names one that does not exist"
+    broken(table, "node-with-child-of-nothing", "nodes", 0, no_child, children=[1000])
+    broken(table, "node-its-own-child", "nodes", 0, WITHIN_ITSELF, children=[0])
+    table.card("cycle-of-2-nodes.gltf", models.cycle(2).text(), WITHIN_ITSELF)
+    table.card("cycle-of-1000-nodes.gltf", models.cycle(1000).text(), WITHIN_ITSELF)
     table.card("chain-of-50000-nodes.gltf", models.chain(50_000).text(), "nests its nodes too deeply")
     table.card("no-meshes.gltf", '{"asset":{"version":"2.0"}}', "holds nothing")
     table.card(
@@ -235,7 +201,7 @@ def add_broken_structure(table):
         'its member "meshes" is of the wrong kind',
     )
     table.card("scene-of-no-nodes.gltf", Document().text(), "holds nothing")
-    table.card("empty-mesh.gltf", one_mesh(Mesh()), "is damaged: a view of its data is not valid")
+    table.card("empty-mesh.gltf", one_mesh(Mesh()), BROKEN_VIEW)
 
     made = models.two_materials()
     made.json["extensionsRequired"] = made.json["extensionsUsed"] = ["EXT_never_heard_of"]
@@ -281,8 +247,7 @@ def add_broken_numbers(table):
 
 def add_broken_textures(table):
     def picture(name, data, words=None, notes="texture"):
-        uri = "data:image/png;base64," + base64.b64encode(data).decode()
-        table.repaired(f"{name}.gltf", models.textured({"uri": uri}).text(), words=words, notes=notes)
+        table.repaired(f"{name}.gltf", models.textured({"uri": data_uri(data)}).text(), words=words, notes=notes)
 
     picture("texture-empty", b"", notes=None)
     picture("texture-cut", cut(images.flag_png(), 0.6))
@@ -295,4 +260,4 @@ def add_broken_textures(table):
     made = models.textured({"bufferView": 999, "mimeType": "image/png"})
     table.card("texture-of-no-view.gltf", made.text(), "is damaged: it names a view that does not exist")
     made = models.changed(models.textured({"uri": "materials.bin"}), "textures", 0, source=5)
-    table.card("texture-of-no-image.gltf", made.text(), "has a part that reaches beyond its end")
+    table.card("texture-of-no-image.gltf", made.text(), BEYOND_END)

@@ -21,38 +21,47 @@ def textured(image, **more):
     return made
 
 
+def joined_totem():
+    """Both boxes as one mesh, and the number of corners of each."""
+    upper, lower = totem()
+    return upper.joined(lower), len(upper.positions)
+
+
+def linear_colours(half):
+    """A colour a corner, as light intensities."""
+    return [tuple(c**2.2 for c in RED)] * half + [tuple(c**2.2 for c in BLUE)] * half
+
+
 def vertex_colours():
     made = Document()
-    whole = totem()[0].joined(totem()[1])
-    half = len(whole.positions) // 2
-    linear = [tuple(c**2.2 for c in RED)] * half + [tuple(c**2.2 for c in BLUE)] * half
-    made.shown(made.primitive(whole, COLOR_0=made.accessor(linear)))
+    whole, half = joined_totem()
+    made.shown(made.primitive(whole, COLOR_0=made.accessor(linear_colours(half))))
     return made
 
 
 def vertex_colours_in_bytes():
     made = Document()
-    whole = totem()[0].joined(totem()[1])
-    half = len(whole.positions) // 2
+    whole, half = joined_totem()
     colours = [(255, 0, 0, 255)] * half + [(0, 0, 255, 255)] * half
     made.shown(made.primitive(whole, COLOR_0=made.accessor(colours, UBYTE, "VEC4", normalized=True)))
     return made
 
 
-def points():
+def screw(count, colour, mode):
+    """A helix of positions alone; `mode` is how they are drawn."""
     made = Document()
-    spots = Mesh()
-    spots.positions = helix(400)
-    made.shown(made.primitive(spots, made.material(RED), normals=False, index_type=None) | {"mode": 0})
+    turn = Mesh()
+    turn.positions = helix(count)
+    made.shown(made.primitive(turn, made.material(colour), normals=False, index_type=None) | {"mode": mode})
     return made
+
+
+def points():
+    return screw(400, RED, mode=0)
 
 
 def lines():
-    made = Document()
-    turn = Mesh()
-    turn.positions = helix(120)
-    made.shown(made.primitive(turn, made.material(BLUE), normals=False, index_type=None) | {"mode": 3})
-    return made
+    return screw(120, BLUE, mode=3)
 
 
 def strips_and_fans():
@@ -84,13 +93,11 @@ def hierarchy():
 def skinned():
     """The upper half hangs on a joint that carries it a whole unit upwards."""
     made = Document()
-    upper, lower = totem()
-    whole = upper.joined(lower)
-    half = len(upper.positions)
+    whole, half = joined_totem()
     joints = made.accessor([(1, 0, 0, 0)] * half + [(0, 0, 0, 0)] * half, USHORT, "VEC4")
     weights = made.accessor([(1.0, 0, 0, 0)] * 2 * half, FLOAT, "VEC4")
-    linear = [tuple(c**2.2 for c in RED)] * half + [tuple(c**2.2 for c in BLUE)] * half
-    mesh = made.mesh(made.primitive(whole, JOINTS_0=joints, WEIGHTS_0=weights, COLOR_0=made.accessor(linear)))
+    colours = made.accessor(linear_colours(half))
+    mesh = made.mesh(made.primitive(whole, JOINTS_0=joints, WEIGHTS_0=weights, COLOR_0=colours))
     tip = made.node(root=False, translation=[0, 1, 0])
     base = made.node(children=[tip])
     identity = [1.0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1]

@@ -1,5 +1,6 @@
 #include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
+#include "tests/support/virtualslot.h"
 #include "tests/unit/host/testitem.h"
 
 #include <QBuffer>
@@ -10,8 +11,6 @@
 #include <QJsonObject>
 #include <QTest>
 
-#include <cstring>
-
 namespace {
 
 /// Makes protected members nameable for slotOf().
@@ -20,15 +19,6 @@ struct Slots : CBaseObject
     using CBaseObject::CBaseObject;
     using CBaseObject::itemChange;
 };
-
-/// Byte offset of a virtual function in the primary table: in the Itanium ABI a pointer to it holds one more than that.
-template <typename Function> std::ptrdiff_t slotOf(Function function)
-{
-    std::ptrdiff_t words[2];
-    static_assert(sizeof function == sizeof words);
-    std::memcpy(words, &function, sizeof words);
-    return words[0] - 1;
-}
 
 void sendMouse(QGraphicsScene& scene, QEvent::Type type, const QPointF& position, Qt::MouseButton button,
                Qt::MouseButtons buttons, const QPointF& pressedAt)

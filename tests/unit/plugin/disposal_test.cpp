@@ -1,16 +1,16 @@
 #include "src/plugin/ov3dobject.h"
 #include "src/plugin/ov3dobject_shared_global.h"
 #include "src/render/drawbyopengl.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
+#include "tests/support/recordedsleeps.h"
 #include "tests/support/testmain.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QTest>
-#include <QThread>
 
-#include <optional>
+#include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -23,25 +23,12 @@ void deleteLeftThread(CDrawByOpenGL* thread)
 
 } // namespace
 
-/// How items end, and how long that takes. Times are lower bounds, with upper bounds far above them: the rules are that
-/// a wait takes place, or that none does.
-class DisposalTest : public TestBase
+/// How items end, and which waits that takes. The waits are counted, as if the time passed that they ask for.
+class DisposalTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void releaseDeletesTheItemAndItsThread()
     {
         QPointer<COv3DObject> item = m_fixture->createItem();
@@ -55,23 +42,21 @@ private Q_SLOTS:
     {
         COv3DObject* item = m_fixture->createItem();
         m_fixture->forget(item);
-        QElapsedTimer timer;
-        timer.start();
+        RecordedSleeps sleeps;
+        const SleepRecording recording(sleeps);
         item->Release();
-        QVERIFY(timer.elapsed() >= 300);
-        QVERIFY(timer.elapsed() < 3000);
+        QCOMPARE(sleeps.milliseconds, std::vector<unsigned long>{300});
     }
 
-    void deletionOfANeverLoadedItemEndsAtOnceButNotBeforeTenMilliseconds()
+    void deletionOfANeverLoadedItemTakesOneStepAlone()
     {
         COv3DObject* item = m_fixture->createItem();
         m_fixture->forget(item);
         CDrawByOpenGL* thread = item->m_drawThread;
-        QElapsedTimer timer;
-        timer.start();
+        RecordedSleeps sleeps;
+        const SleepRecording recording(sleeps);
         delete item;
-        QVERIFY(timer.elapsed() >= 10);
-        QVERIFY(timer.elapsed() < 3000);
+        QCOMPARE(sleeps.milliseconds, std::vector<unsigned long>{10});
         deleteLeftThread(thread);
     }
 
@@ -114,18 +99,31 @@ private Q_SLOTS:
         delete path;
     }
 
-    void releaseTwoSecondsAfterTheLoadTakesAboutFourMore()
+    void releaseAfterALoadWaitsForTheRestOfSixSeconds_data()
     {
+        QTest::addColumn<int>("passed"); // since the load, ms
+        QTest::newRow("at once") << 0;
+        QTest::newRow("two seconds later") << 2000;
+        QTest::newRow("shortly before the six seconds") << 5600;
+    }
+
+    void releaseAfterALoadWaitsForTheRestOfSixSeconds()
+    {
+        QFETCH(int, passed);
         COv3DObject* item = m_fixture->createItem();
-        QVERIFY(m_fixture->load(item));
         m_fixture->forget(item);
-        QVERIFY(waitFor([item] { return item->m_loadTimer.elapsed() >= 2000; }));
+        RecordedSleeps sleeps;
+        const SleepRecording recording(sleeps);
+        item->m_loadTimer.start();
         const QElapsedTimer sinceLoad = item->m_loadTimer;
-        const qint64 before = sinceLoad.elapsed();
+        SleepRecording::pass(static_cast<unsigned long>(passed));
         item->Release();
-        const qint64 after = sinceLoad.elapsed();
-        QVERIFY2(after > 6000, qPrintable(QString::number(after)));
-        QVERIFY2(after - before < 5500, qPrintable(QString::number(after - before)));
+        QVERIFY(sinceLoad.elapsed() > 6000);
+        // What passes while the test itself works only shortens the wait, which goes by steps of ten.
+        QVERIFY(sleeps.total() <= static_cast<unsigned long>(6000 - passed + 20));
+        QCOMPARE(sleeps.milliseconds.front(), 300UL);
+        QCOMPARE(std::count(sleeps.milliseconds.begin() + 1, sleeps.milliseconds.end(), 10UL),
+                 static_cast<std::ptrdiff_t>(sleeps.milliseconds.size()) - 1);
     }
 
     void deletionWithoutReleaseWaitsSixSecondsAfterTheLoad()
@@ -133,28 +131,27 @@ private Q_SLOTS:
         COv3DObject* item = m_fixture->createItem();
         m_fixture->forget(item);
         CDrawByOpenGL* thread = item->m_drawThread;
+        RecordedSleeps sleeps;
+        const SleepRecording recording(sleeps);
         item->m_loadTimer.start();
         const QElapsedTimer sinceLoad = item->m_loadTimer;
         delete item;
-        const qint64 after = sinceLoad.elapsed();
-        QVERIFY2(after > 6000 && after < 8000, qPrintable(QString::number(after)));
+        QVERIFY(sinceLoad.elapsed() > 6000);
+        QVERIFY(sleeps.total() <= 6020);
         deleteLeftThread(thread);
     }
 
     void releaseLongAfterTheLoadWaitsNoMore()
     {
         COv3DObject* item = m_fixture->createItem();
-        item->m_loadTimer.start();
-        QThread::msleep(6010); // the rule itself
         m_fixture->forget(item);
-        QElapsedTimer timer;
-        timer.start();
+        RecordedSleeps sleeps;
+        const SleepRecording recording(sleeps);
+        item->m_loadTimer.start();
+        SleepRecording::pass(6001);
         item->Release();
-        QVERIFY(timer.elapsed() < 3000);
+        QCOMPARE(sleeps.milliseconds, (std::vector<unsigned long>{300, 10}));
     }
-
-private:
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(DisposalTest)

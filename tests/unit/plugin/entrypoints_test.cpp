@@ -4,11 +4,11 @@
 #include "tests/support/itemfixture.h"
 #include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
+#include "tests/support/zerobytes.h"
 
 #include <QGraphicsScene>
 #include <QTest>
 
-#include <algorithm>
 #include <cstring>
 #include <type_traits>
 
@@ -45,11 +45,6 @@ void recordRender(char* argument, unsigned char* pixels, int width, int height)
 
 void firstViewer(int, const char**, void*) {}
 void secondViewer(int, const char**, void*) {}
-
-bool isZero(const unsigned char* bytes, int count)
-{
-    return std::all_of(bytes, bytes + count, [](unsigned char byte) { return byte == 0; });
-}
 
 /// Brings the buffer to at least kReservedSize bytes, whatever tests ran before.
 void growBuffer()
@@ -262,7 +257,7 @@ private Q_SLOTS:
         QVERIFY(!image.isNull());
         render3DObject(nullptr, image, width, 1);
         QCOMPARE(g_3d_handle_size, width * 3);
-        QVERIFY(isZero(g_3d_handle, g_3d_handle_size));
+        QVERIFY(isZero(g_3d_handle, static_cast<std::size_t>(g_3d_handle_size)));
     }
 
     void smallerRenderKeepsTheBufferAndItsSize()
@@ -283,7 +278,7 @@ private Q_SLOTS:
         std::memset(g_3d_handle, 0x55, static_cast<std::size_t>(g_3d_handle_size));
         QImage image(4, 4, QImage::Format_RGB888);
         render3DObject(nullptr, image, 4, 4);
-        QVERIFY(isZero(g_3d_handle, g_3d_handle_size));
+        QVERIFY(isZero(g_3d_handle, static_cast<std::size_t>(g_3d_handle_size)));
     }
 
     void renderOfTheSameSizeReusesTheBuffer()

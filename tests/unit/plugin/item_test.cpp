@@ -1,64 +1,24 @@
 #include "src/plugin/ov3dobject.h"
 #include "src/plugin/ov3dobject_shared_global.h"
 #include "src/render/drawbyopengl.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
+#include "tests/support/zerobytes.h"
 
 #include <QGraphicsScene>
 #include <QGraphicsView>
 #include <QKeyEvent>
-#include <QMetaMethod>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <algorithm>
 #include <cstring>
-#include <optional>
 #include <thread>
-#include <vector>
 
-namespace {
-
-/// Byte offset of a virtual function in the primary table: in the Itanium ABI a pointer to it holds one more than that.
-template <typename Function> std::ptrdiff_t slotOf(Function function)
-{
-    std::ptrdiff_t words[2];
-    static_assert(sizeof function == sizeof words);
-    std::memcpy(words, &function, sizeof words);
-    return words[0] - 1;
-}
-
-bool isZero(const void* bytes, std::size_t size)
-{
-    const auto* begin = static_cast<const unsigned char*>(bytes);
-    return std::all_of(begin, begin + size, [](unsigned char byte) { return byte == 0; });
-}
-
-template <typename Member> quintptr address(const Member& member)
-{
-    return reinterpret_cast<quintptr>(&member);
-}
-
-} // namespace
-
-class ItemTest : public TestBase
+class ItemTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void typeIsTheUserTypePlus11600()
     {
         COv3DObject* item = m_fixture->createItem();
@@ -160,100 +120,6 @@ private Q_SLOTS:
         const COv3DObject* item = m_fixture->createItem();
         QVERIFY(isZero(&item->m_undoStatus, sizeof item->m_undoStatus));
         QVERIFY(isZero(&item->m_redoStatus, sizeof item->m_redoStatus));
-    }
-
-    void membersStandInTheirDeclaredOrder()
-    {
-        const COv3DObject* i = m_fixture->createItem();
-        const std::vector<quintptr> order = {
-            address(i->m_hitPath),
-            address(i->m_handlePath),
-            address(i->m_context),
-            address(i->m_params),
-            address(i->m_isLoaded),
-            address(i->m_viewerReady),
-            address(i->m_viewQueue),
-            address(i->m_textureFiles),
-            address(i->m_textureDirs),
-            address(i->m_viewMutex),
-            address(i->m_viewSettingsLoaded),
-            address(i->m_isPressed),
-            address(i->m_lastViewType),
-            address(i->m_lightingSettings),
-            address(i->m_materialSettings),
-            address(i->m_displaySettings),
-            address(i->m_viewSettings),
-            address(i->m_cameraSettings),
-            address(i->m_image),
-            address(i->m_dirName),
-            address(i->m_undoStatus),
-            address(i->m_redoStatus),
-            address(i->m_enableSky),
-            address(i->m_enableAxis),
-            address(i->m_enableGround),
-            address(i->m_loadTimer),
-            address(i->m_belongDoc),
-            address(i->m_modelPath),
-            address(i->m_firstFrameShown),
-            address(i->m_dragKind),
-            address(i->m_unusedFlagA),
-            address(i->m_drawThread),
-            address(i->m_paramsApplied),
-            address(i->m_unusedDouble),
-            address(i->m_unusedFlagB),
-            address(i->m_mouseModifiers),
-        };
-        QVERIFY(std::is_sorted(order.begin(), order.end()));
-    }
-
-    void overridesStandInTheHostsSlotOrder()
-    {
-        const std::vector<std::ptrdiff_t> order = {
-            slotOf(&COv3DObject::eventFilter),
-            slotOf(&COv3DObject::shape),
-            slotOf(&COv3DObject::type),
-            slotOf(&COv3DObject::mousePressEvent),
-            slotOf(&COv3DObject::mouseMoveEvent),
-            slotOf(&COv3DObject::mouseReleaseEvent),
-            slotOf(&COv3DObject::hoverMoveEvent),
-            slotOf(&COv3DObject::OnQPainterDraw),
-            slotOf(&COv3DObject::save),
-            slotOf(&COv3DObject::load),
-            slotOf(&COv3DObject::saveJson),
-            slotOf(&COv3DObject::loadJson),
-            slotOf(&COv3DObject::setSize),
-            slotOf(&COv3DObject::setPos),
-            slotOf(&COv3DObject::itemChange),
-            slotOf(&COv3DObject::Release),
-            slotOf(&COv3DObject::GetSpecialProperty),
-            slotOf(&COv3DObject::SetSpecialProperty),
-            slotOf(&COv3DObject::loadFromFile),
-            slotOf(&COv3DObject::wheelEvent),
-        };
-        QVERIFY(std::is_sorted(order.begin(), order.end()));
-        QVERIFY(std::adjacent_find(order.begin(), order.end()) == order.end());
-    }
-
-    void paintHookFollowsTheGraphicsItemAccessor()
-    {
-        QCOMPARE(slotOf(&COv3DObject::OnQPainterDraw),
-                 slotOf(&CBaseObject::GetGraphicsItemPtr) + std::ptrdiff_t{sizeof(void*)});
-    }
-
-    void wheelFollowsLoadingBehindTheHostsLastSlot()
-    {
-        QVERIFY(slotOf(&COv3DObject::loadFromFile) > slotOf(&COv3DObject::SetSpecialProperty));
-        QCOMPARE(slotOf(&COv3DObject::wheelEvent), slotOf(&COv3DObject::loadFromFile) + std::ptrdiff_t{sizeof(void*)});
-    }
-
-    void metaObjectHasOneSlotAndNothingElse()
-    {
-        const QMetaObject& meta = COv3DObject::staticMetaObject;
-        QCOMPARE(meta.methodCount() - meta.methodOffset(), 1);
-        const QMetaMethod method = meta.method(meta.methodOffset());
-        QCOMPARE(method.methodType(), QMetaMethod::Slot);
-        QCOMPARE(method.methodSignature(), QByteArray("doUpdateImage()"));
-        QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
     void newItemOwnsAThreadThatIsNotStarted()
@@ -443,9 +309,6 @@ private Q_SLOTS:
         QCOMPARE(m_fixture->viewer.callCount(), 0);
         QVERIFY(m_fixture->logEntries().isEmpty());
     }
-
-private:
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ItemTest)

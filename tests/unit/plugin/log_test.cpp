@@ -1,7 +1,7 @@
 #include "src/log/log.h"
 #include "src/plugin/ov3dobject_shared_global.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/filecontent.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QDateTime>
@@ -12,7 +12,6 @@
 #include <QTest>
 
 #include <chrono>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -31,31 +30,13 @@ QString creating(const QString& path)
     return QStringLiteral("Directory does not exist. Creating directory: \"%1\"").arg(path);
 }
 
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
-class LogTest : public TestBase
+class LogTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void entryIsTimeTagAndTextWithoutALineEnd()
     {
         test("hello");
@@ -356,8 +337,6 @@ private Q_SLOTS:
 private:
     QString logPath() const { return m_fixture->folder() + QStringLiteral("ov3dlog.txt"); }
     QByteArray log() const { return contentOf(logPath()); }
-
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(LogTest)

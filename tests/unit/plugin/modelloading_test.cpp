@@ -2,22 +2,19 @@
 #include "src/plugin/ov3dobject_shared_global.h"
 #include "src/render/drawbyopengl.h"
 #include "src/render/handshake.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
+#include "tests/support/zerobytes.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTest>
-#include <QTextCodec>
 #include <QThread>
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <optional>
 #include <thread>
 
 namespace {
@@ -29,32 +26,13 @@ const QByteArray kTextFbx("; FBX 7.4.0 project file\nFBXHeaderExtension:  {\n}\n
 
 const QString kRefused = QStringLiteral("not a valid file \n");
 
-bool isZero(const char* bytes, std::size_t size)
-{
-    return std::all_of(bytes, bytes + size, [](char byte) { return byte == 0; });
-}
-
 } // namespace
 
-class ModelLoadingTest : public TestBase
+class ModelLoadingTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
-
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void listedSuffixesAreAcceptedAndChooseTheFormat_data()
     {
         QTest::addColumn<QString>("name");
@@ -430,8 +408,6 @@ private:
         QVERIFY(!item.m_drawThread->isRunning());
         QVERIFY(m_fixture->viewer.starts().empty());
     }
-
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ModelLoadingTest)

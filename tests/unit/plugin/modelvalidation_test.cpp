@@ -1,7 +1,6 @@
 #include "src/import/modelvalidation.h"
 #include "src/plugin/ov3dobject_shared_global.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -10,7 +9,6 @@
 #include <QTest>
 
 #include <cstdio>
-#include <optional>
 
 #include <unistd.h>
 
@@ -89,23 +87,11 @@ Verdict checkGltf(const QString& path)
 
 } // namespace
 
-class ModelValidationTest : public TestBase
+class ModelValidationTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void fbxIsJudgedByItsFirst23Bytes_data()
     {
         QTest::addColumn<QByteArray>("content");
@@ -135,7 +121,7 @@ private Q_SLOTS:
         QCOMPARE(verdict.err, valid ? QByteArray() : QByteArray("Not a valid FBX file\n"));
     }
 
-    void missingFbxFileCannotBeOpened()
+    void missingFbxFileIsRefusedWithAnError()
     {
         const Verdict verdict = checkFbx(m_fixture->folder() + QStringLiteral("missing.fbx"));
         QVERIFY(!verdict.valid);
@@ -274,14 +260,14 @@ private Q_SLOTS:
         QCOMPARE(verdict.err, "JSON parse error: " + parserText + "\n");
     }
 
-    void gltfFileThatCannotBeOpened_data()
+    void gltfFileThatCannotBeOpenedIsRefusedWithAnError_data()
     {
         QTest::addColumn<QString>("name");
         QTest::newRow("missing file") << "missing.gltf";
         QTest::newRow("a directory") << "resources";
     }
 
-    void gltfFileThatCannotBeOpened()
+    void gltfFileThatCannotBeOpenedIsRefusedWithAnError()
     {
         QFETCH(QString, name);
         const Verdict verdict = checkGltf(m_fixture->folder() + name);
@@ -323,9 +309,6 @@ private Q_SLOTS:
         QVERIFY(checkObj(path).valid);
         QVERIFY(!checkFbx(path).valid);
     }
-
-private:
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ModelValidationTest)

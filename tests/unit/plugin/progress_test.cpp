@@ -2,33 +2,19 @@
 #include "src/plugin/ov3dobject_shared_global.h"
 #include "src/render/handshake.h"
 #include "src/render/progress.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QDataStream>
 #include <QTest>
 
 #include <limits>
-#include <optional>
 
-class ProgressTest : public TestBase
+class ProgressTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void reportsAreStoredAndLoggedCappedAt95_data()
     {
         QTest::addColumn<int>("reported");
@@ -172,8 +158,6 @@ private:
         in >> value;
         return value;
     }
-
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ProgressTest)

@@ -1,32 +1,17 @@
 #include "src/import/modelloading.h"
 #include "src/plugin/ov3dobject.h"
 #include "src/plugin/ov3dobject_shared_global.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QTest>
 
-#include <optional>
-
 /// The directory names that models get in a document, and the buffer file of a glTF model.
-class ResourceNamesTest : public TestBase
+class ResourceNamesTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void repeatedDirectoryNamesGetTheProcessWideCounter()
     {
         COv3DObject* item = m_fixture->createItem();
@@ -166,9 +151,6 @@ private Q_SLOTS:
         QVERIFY(getBinFileName(m_fixture->writeFile(QStringLiteral("model.gltf"), content)).isEmpty());
         QCOMPARE(messages(), QStringList{warning});
     }
-
-private:
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ResourceNamesTest)

@@ -1,7 +1,6 @@
 #include "src/plugin/ov3dobject.h"
 #include "src/render/drawbyopengl.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QJsonDocument>
@@ -11,7 +10,6 @@
 #include <QTest>
 
 #include <limits>
-#include <optional>
 
 namespace {
 
@@ -47,23 +45,11 @@ QString valueOf(const QString& text, const QString& key)
 
 } // namespace
 
-class ViewCommandTest : public TestBase
+class ViewCommandTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void freshItemYieldsTheDefaultText() { QCOMPARE(m_fixture->createItem()->buildViewCommand(), kDefaultText); }
 
     void loadedItemWithDefaultsYieldsTheDefaultText()
@@ -346,8 +332,6 @@ private:
         };
         return flags.value(key, nullptr);
     }
-
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ViewCommandTest)

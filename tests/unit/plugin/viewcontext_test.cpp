@@ -2,16 +2,13 @@
 #include "src/plugin/ov3dobject_shared_global.h"
 #include "src/render/drawbyopengl.h"
 #include "src/render/progress.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
+#include "tests/support/zerobytes.h"
 
 #include <QTest>
-#include <QTextCodec>
 
-#include <algorithm>
 #include <cstring>
-#include <optional>
 
 namespace {
 
@@ -69,12 +66,6 @@ const struct
 
 #undef OV3D_FIELD
 
-bool isZero(const void* bytes, std::size_t size)
-{
-    const auto* begin = static_cast<const unsigned char*>(bytes);
-    return std::all_of(begin, begin + size, [](unsigned char byte) { return byte == 0; });
-}
-
 template <typename Number> Number numberAt(const ViewContext& context, std::size_t offset)
 {
     Number value;
@@ -90,25 +81,11 @@ QString pathOfLength(int length)
 
 } // namespace
 
-class ViewContextTest : public TestBase
+class ViewContextTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
-
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void fieldsStandWhereViewersReadThem_data()
     {
         QTest::addColumn<quint64>("offset");
@@ -390,9 +367,6 @@ private Q_SLOTS:
         buffer[1280 * 960 * 8 - 1] = 1; // the promised size is still there
         QCOMPARE(buffer[1280 * 960 * 8 - 1], static_cast<unsigned char>(1));
     }
-
-private:
-    std::optional<ItemFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(ViewContextTest)

@@ -34,8 +34,8 @@ private Q_SLOTS:
     void framesBeyondThePromiseStillFit();
     void reservedMemoryIsNotCommitted();
     void discardedPagesAreGivenBackAndTheirAddressesStayValid();
-    void framesThatDoNotFitAreNotHeld_data();
-    void framesThatDoNotFitAreNotHeld();
+    void onlyFramesThatFitAreHeld_data();
+    void onlyFramesThatFitAreHeld();
     void anUnreservedBufferHoldsNothing();
     void everyReservationIsMemoryOfItsOwn();
 };
@@ -95,7 +95,7 @@ void FrameBufferTest::discardedPagesAreGivenBackAndTheirAddressesStayValid()
     buffer.discardPages();
 }
 
-void FrameBufferTest::framesThatDoNotFitAreNotHeld_data()
+void FrameBufferTest::onlyFramesThatFitAreHeld_data()
 {
     QTest::addColumn<int>("width");
     QTest::addColumn<int>("height");
@@ -114,7 +114,7 @@ void FrameBufferTest::framesThatDoNotFitAreNotHeld_data()
     QTest::newRow("product of two negatives") << -1280 << -960 << false;
 }
 
-void FrameBufferTest::framesThatDoNotFitAreNotHeld()
+void FrameBufferTest::onlyFramesThatFitAreHeld()
 {
     QFETCH(int, width);
     QFETCH(int, height);

@@ -1,8 +1,6 @@
-#include "src/plugin/ov3dobject.h"
 #include "src/render/drawbyopengl.h"
-#include "tests/support/itemfixture.h"
 #include "tests/support/noticerecorder.h"
-#include "tests/support/testbase.h"
+#include "tests/support/singleitemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QGraphicsScene>
@@ -10,7 +8,7 @@
 #include <limits>
 #include <utility>
 
-class GeometryTest : public TestBase
+class GeometryTest : public SingleItemTestBase
 {
     Q_OBJECT
 
@@ -33,6 +31,9 @@ private Q_SLOTS:
     void positionChangeIsAnsweredWithTheHostsPosition();
     void otherChangesGoToTheBase();
     void hostCallForAPositionIsIgnored();
+
+private:
+    QGraphicsScene m_scene; ///< outlives the item, which leaves it when it is released
 };
 
 void GeometryTest::widthIsRaisedToAMultipleOfFour_data()
@@ -54,72 +55,60 @@ void GeometryTest::widthIsRaisedToAMultipleOfFour_data()
 void GeometryTest::widthIsRaisedToAMultipleOfFour()
 {
     QFETCH(QSizeF, given);
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setSize(given, false, false);
-    QTEST(item->getSize(), "expected");
+    m_item->setSize(given, false, false);
+    QTEST(m_item->getSize(), "expected");
 }
 
 void GeometryTest::hugeSizesStayDefined()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setSize(QSizeF(1e300, 100), false, false);
-    QVERIFY(item->m_context.width > 0);
-    QCOMPARE(item->m_context.width % 4, 0);
-    QCOMPARE(item->m_context.height, 100);
-    item->setSize(QSizeF(std::numeric_limits<double>::quiet_NaN(), 100), false, false);
-    QCOMPARE(item->m_context.width, 0);
+    m_item->setSize(QSizeF(1e300, 100), false, false);
+    QVERIFY(m_item->m_context.width > 0);
+    QCOMPARE(m_item->m_context.width % 4, 0);
+    QCOMPARE(m_item->m_context.height, 100);
+    m_item->setSize(QSizeF(std::numeric_limits<double>::quiet_NaN(), 100), false, false);
+    QCOMPARE(m_item->m_context.width, 0);
 }
 
 void GeometryTest::bothFlagsReachTheHostUnchanged()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setSize(QSizeF(400, 300), true, false);
-    QCOMPARE(item->sizeFlags(), qMakePair(true, false));
-    item->setSize(QSizeF(401, 300), false, true);
-    QCOMPARE(item->sizeFlags(), qMakePair(false, true));
+    m_item->setSize(QSizeF(400, 300), true, false);
+    QCOMPARE(m_item->sizeFlags(), qMakePair(true, false));
+    m_item->setSize(QSizeF(401, 300), false, true);
+    QCOMPARE(m_item->sizeFlags(), qMakePair(false, true));
 }
 
 void GeometryTest::cornerStaysWhenTheSizeChanges()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setObjRect(QRectF(30.5, 40.5, 100, 100));
-    item->updateAfterObjRectChanged(item, false);
-    item->setSize(QSizeF(401, 300), false, false);
-    QCOMPARE(item->getObjRect(), QRectF(30.5, 40.5, 404, 300));
-    QCOMPARE(item->pos(), QPointF(30.5, 40.5));
+    m_item->setObjRect(QRectF(30.5, 40.5, 100, 100));
+    m_item->updateAfterObjRectChanged(m_item, false);
+    m_item->setSize(QSizeF(401, 300), false, false);
+    QCOMPARE(m_item->getObjRect(), QRectF(30.5, 40.5, 404, 300));
+    QCOMPARE(m_item->pos(), QPointF(30.5, 40.5));
 }
 
 void GeometryTest::withoutRenderThreadOnlyTheBaseSizeChanges()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
     const NoticeRecorder recorder;
-    CDrawByOpenGL* thread = std::exchange(item->m_drawThread, nullptr);
-    item->setSize(QSizeF(401.5, 300.5), true, true);
-    item->m_drawThread = thread;
+    CDrawByOpenGL* thread = std::exchange(m_item->m_drawThread, nullptr);
+    m_item->setSize(QSizeF(401.5, 300.5), true, true);
+    m_item->m_drawThread = thread;
     ItemFixture::deliverPosted();
-    QCOMPARE(item->getSize(), QSizeF(401.5, 300.5));
-    QCOMPARE(item->m_context.width, 1280);
-    QCOMPARE(item->m_context.height, 960);
-    QVERIFY(!item->m_hitPath);
+    QCOMPARE(m_item->getSize(), QSizeF(401.5, 300.5));
+    QCOMPARE(m_item->m_context.width, 1280);
+    QCOMPARE(m_item->m_context.height, 960);
+    QVERIFY(!m_item->m_hitPath);
     QVERIFY(recorder.notices.isEmpty());
     QVERIFY(!thread->m_drawing);
 }
 
 void GeometryTest::resultImageIsScaledWithoutSmoothing()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
     QImage source(2, 1, QImage::Format_ARGB32);
     source.setPixel(0, 0, qRgba(255, 0, 0, 255));
     source.setPixel(1, 0, qRgba(0, 0, 255, 128));
-    item->m_drawThread->m_resultImage = source;
-    item->setSize(QSizeF(7, 3), false, false);
-    const QImage scaled = item->m_drawThread->m_resultImage;
+    m_item->m_drawThread->m_resultImage = source;
+    m_item->setSize(QSizeF(7, 3), false, false);
+    const QImage scaled = m_item->m_drawThread->m_resultImage;
     QCOMPARE(scaled.size(), QSize(8, 3));
     for (int y = 0; y < 3; ++y) {
         for (int x = 0; x < 8; ++x)
@@ -129,120 +118,98 @@ void GeometryTest::resultImageIsScaledWithoutSmoothing()
 
 void GeometryTest::nullResultImageStaysNull()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
     // Qt would warn of scaling a null image, and the base fails a test on a warning.
-    item->setSize(QSizeF(400, 300), false, false);
-    QVERIFY(item->m_drawThread->m_resultImage.isNull());
+    m_item->setSize(QSizeF(400, 300), false, false);
+    QVERIFY(m_item->m_drawThread->m_resultImage.isNull());
 }
 
 void GeometryTest::itemsOwnFrameKeepsItsSize()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_image = QImage(20, 10, QImage::Format_ARGB32);
-    item->m_image.fill(Qt::red);
-    item->setSize(QSizeF(400, 300), false, false);
-    QCOMPARE(item->m_image.size(), QSize(20, 10));
+    m_item->m_image = QImage(20, 10, QImage::Format_ARGB32);
+    m_item->m_image.fill(Qt::red);
+    m_item->setSize(QSizeF(400, 300), false, false);
+    QCOMPARE(m_item->m_image.size(), QSize(20, 10));
 }
 
 void GeometryTest::renderThreadAndContextHearOfTheRaisedSize()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    QVERIFY(!item->m_drawThread->m_drawing);
-    item->setSize(QSizeF(401, 301), false, false);
-    QVERIFY(item->m_drawThread->m_drawing);
-    QCOMPARE(item->m_drawThread->m_width, 404);
-    QCOMPARE(item->m_drawThread->m_height, 301);
-    QCOMPARE(item->m_context.width, 404);
-    QCOMPARE(item->m_context.height, 301);
-    QCOMPARE(fixture.viewer.callCount(), 0);
+    QVERIFY(!m_item->m_drawThread->m_drawing);
+    m_item->setSize(QSizeF(401, 301), false, false);
+    QVERIFY(m_item->m_drawThread->m_drawing);
+    QCOMPARE(m_item->m_drawThread->m_width, 404);
+    QCOMPARE(m_item->m_drawThread->m_height, 301);
+    QCOMPARE(m_item->m_context.width, 404);
+    QCOMPARE(m_item->m_context.height, 301);
+    QCOMPARE(m_fixture->viewer.callCount(), 0);
 }
 
 void GeometryTest::resizingRebuildsTheHitShape()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_image = QImage(10, 10, QImage::Format_ARGB32);
-    item->m_image.fill(Qt::red);
-    item->setSize(QSizeF(400, 300), false, false);
-    QVERIFY(item->m_hitPath);
-    QCOMPARE(item->shape().boundingRect(), QRectF(0, 0, 400, 300));
-    item->setSize(QSizeF(200, 100), false, false);
-    QCOMPARE(item->shape().boundingRect(), QRectF(0, 0, 200, 100));
+    m_item->m_image = QImage(10, 10, QImage::Format_ARGB32);
+    m_item->m_image.fill(Qt::red);
+    m_item->setSize(QSizeF(400, 300), false, false);
+    QVERIFY(m_item->m_hitPath);
+    QCOMPARE(m_item->shape().boundingRect(), QRectF(0, 0, 400, 300));
+    m_item->setSize(QSizeF(200, 100), false, false);
+    QCOMPARE(m_item->shape().boundingRect(), QRectF(0, 0, 200, 100));
 }
 
 void GeometryTest::resizingAFreshItemSendsTheFirstNotice()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
     const NoticeRecorder recorder;
-    item->setSize(QSizeF(400, 300), false, false);
-    item->setSize(QSizeF(404, 300), false, false);
+    m_item->setSize(QSizeF(400, 300), false, false);
+    m_item->setSize(QSizeF(404, 300), false, false);
     ItemFixture::deliverPosted();
     QCOMPARE(recorder.notices.size(), 1);
     QCOMPARE(recorder.notices.first().code, 1002);
     QCOMPARE(recorder.notices.first().text, QString());
-    QVERIFY(item->m_firstFrameShown);
-    QVERIFY(item->m_hitPath);
-    QVERIFY(item->shape().isEmpty());
+    QVERIFY(m_item->m_firstFrameShown);
+    QVERIFY(m_item->m_hitPath);
+    QVERIFY(m_item->shape().isEmpty());
 }
 
 void GeometryTest::sceneFindsAResizedItemByItsNewBounds()
 {
-    QGraphicsScene scene;
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    scene.addItem(item);
-    item->m_image = QImage(10, 10, QImage::Format_ARGB32);
-    item->m_image.fill(Qt::red);
-    item->setSize(QSizeF(40, 40), false, false);
-    QCOMPARE(scene.items(QPointF(38, 38)).size(), 1);
-    item->setSize(QSizeF(2001, 2000), false, false);
-    QCOMPARE(scene.items(QPointF(2003, 1999)).size(), 1);
-    item->setSize(QSizeF(40, 40), false, false);
-    QCOMPARE(scene.items(QPointF(100, 100)).size(), 0);
+    m_scene.addItem(m_item);
+    m_item->m_image = QImage(10, 10, QImage::Format_ARGB32);
+    m_item->m_image.fill(Qt::red);
+    m_item->setSize(QSizeF(40, 40), false, false);
+    QCOMPARE(m_scene.items(QPointF(38, 38)).size(), 1);
+    m_item->setSize(QSizeF(2001, 2000), false, false);
+    QCOMPARE(m_scene.items(QPointF(2003, 1999)).size(), 1);
+    m_item->setSize(QSizeF(40, 40), false, false);
+    QCOMPARE(m_scene.items(QPointF(100, 100)).size(), 0);
 }
 
 void GeometryTest::sceneDrivenMoveIsAnsweredWithTheOldPosition()
 {
-    QGraphicsScene scene;
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    scene.addItem(item);
-    static_cast<QGraphicsItem*>(item)->setPos(50, 60);
-    QCOMPARE(item->pos(), QPointF(0, 0));
-    item->moveBy(5, 5);
-    QCOMPARE(item->pos(), QPointF(0, 0));
-    QCOMPARE(item->getPos(), QPointF(0, 0));
+    m_scene.addItem(m_item);
+    static_cast<QGraphicsItem*>(m_item)->setPos(50, 60);
+    QCOMPARE(m_item->pos(), QPointF(0, 0));
+    m_item->moveBy(5, 5);
+    QCOMPARE(m_item->pos(), QPointF(0, 0));
+    QCOMPARE(m_item->getPos(), QPointF(0, 0));
 }
 
 void GeometryTest::positionChangeIsAnsweredWithTheHostsPosition()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setObjRect(QRectF(12, 34, 100, 100));
-    const QVariant answer = item->itemChange(QGraphicsItem::ItemPositionChange, QPointF(99, 99));
+    m_item->setObjRect(QRectF(12, 34, 100, 100));
+    const QVariant answer = m_item->itemChange(QGraphicsItem::ItemPositionChange, QPointF(99, 99));
     QCOMPARE(answer.type(), QVariant::PointF);
     QCOMPARE(answer.toPointF(), QPointF(12, 34));
 }
 
 void GeometryTest::otherChangesGoToTheBase()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    QCOMPARE(item->itemChange(QGraphicsItem::ItemZValueChange, 3.5), QVariant(3.5));
-    QCOMPARE(item->itemChange(QGraphicsItem::ItemVisibleChange, false), QVariant(false));
+    QCOMPARE(m_item->itemChange(QGraphicsItem::ItemZValueChange, 3.5), QVariant(3.5));
+    QCOMPARE(m_item->itemChange(QGraphicsItem::ItemVisibleChange, false), QVariant(false));
 }
 
 void GeometryTest::hostCallForAPositionIsIgnored()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setPos(QPointF(50, 60), true);
-    QCOMPARE(item->pos(), QPointF(0, 0));
-    QCOMPARE(item->getPos(), QPointF(0, 0));
+    m_item->setPos(QPointF(50, 60), true);
+    QCOMPARE(m_item->pos(), QPointF(0, 0));
+    QCOMPARE(m_item->getPos(), QPointF(0, 0));
 }
 
 OV3D_TEST_MAIN(GeometryTest)

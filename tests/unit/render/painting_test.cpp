@@ -1,7 +1,5 @@
-#include "src/plugin/ov3dobject.h"
 #include "src/render/drawbyopengl.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/singleitemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <QGraphicsScene>
@@ -31,6 +29,7 @@ QImage painted(COv3DObject* item)
 const QRgb kRed = qRgb(255, 0, 0);
 const QRgb kBlue = qRgb(0, 0, 255);
 const QRgb kNothing = qRgba(0, 0, 0, 0);
+const QString kMainView = QStringLiteral("mainGraphicsView");
 
 /// A viewport that asks the item for the main view while it paints.
 class AskingView : public QGraphicsView
@@ -52,7 +51,7 @@ protected:
 
 } // namespace
 
-class PaintingTest : public TestBase
+class PaintingTest : public SingleItemTestBase
 {
     Q_OBJECT
 
@@ -73,68 +72,68 @@ private Q_SLOTS:
     void mainViewIsTheOneThatIsPaintedOn();
     void noMainViewForOtherDevices();
     void noMainViewWithoutScene();
+
+private:
+    /// Shows a view under this object name. @return whether it has painted, and so asked the item.
+    bool asksWhilePainting(AskingView& view, const QString& name)
+    {
+        view.item = m_item;
+        view.setObjectName(name);
+        view.show();
+        return waitFor([&view] { return view.wasAsked; });
+    }
+
+    QGraphicsScene m_scene{0, 0, 100, 100}; ///< outlives the item, which leaves it when it is released
 };
 
 void PaintingTest::unloadedItemPaintsItsOwnFrame()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_image = filled(10, 10, kRed);
-    item->m_drawThread->m_resultImage = filled(10, 10, kBlue);
-    QCOMPARE(painted(item).pixel(5, 5), kRed);
-    QCOMPARE(item->m_image.pixel(5, 5), kRed);
+    m_item->m_image = filled(10, 10, kRed);
+    m_item->m_drawThread->m_resultImage = filled(10, 10, kBlue);
+    QCOMPARE(painted(m_item).pixel(5, 5), kRed);
+    QCOMPARE(m_item->m_image.pixel(5, 5), kRed);
 }
 
 void PaintingTest::loadedItemPaintsTheLatestResult()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_isLoaded = true;
-    item->m_image = filled(10, 10, kRed);
-    item->m_drawThread->m_resultImage = filled(10, 10, kBlue);
-    QCOMPARE(painted(item).pixel(5, 5), kBlue);
+    m_item->m_isLoaded = true;
+    m_item->m_image = filled(10, 10, kRed);
+    m_item->m_drawThread->m_resultImage = filled(10, 10, kBlue);
+    QCOMPARE(painted(m_item).pixel(5, 5), kBlue);
 }
 
 void PaintingTest::loadedItemTakesOverTheResultAsItsOwnFrame()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_isLoaded = true;
-    item->m_image = filled(10, 10, kRed);
-    item->m_drawThread->m_resultImage = filled(20, 10, kBlue);
-    painted(item);
-    QCOMPARE(item->m_image, item->m_drawThread->m_resultImage);
+    m_item->m_isLoaded = true;
+    m_item->m_image = filled(10, 10, kRed);
+    m_item->m_drawThread->m_resultImage = filled(20, 10, kBlue);
+    painted(m_item);
+    QCOMPARE(m_item->m_image, m_item->m_drawThread->m_resultImage);
 }
 
 void PaintingTest::loadedItemWithoutResultPaintsNothing()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_isLoaded = true;
-    item->m_image = filled(10, 10, kRed);
-    QCOMPARE(painted(item).pixel(5, 5), kNothing);
-    QVERIFY(item->m_image.isNull());
+    m_item->m_isLoaded = true;
+    m_item->m_image = filled(10, 10, kRed);
+    QCOMPARE(painted(m_item).pixel(5, 5), kNothing);
+    QVERIFY(m_item->m_image.isNull());
 }
 
 void PaintingTest::loadedItemWithoutThreadPaintsItsOwnFrame()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_isLoaded = true;
-    item->m_image = filled(10, 10, kRed);
-    CDrawByOpenGL* thread = std::exchange(item->m_drawThread, nullptr);
-    const QImage page = painted(item);
-    item->m_drawThread = thread;
+    m_item->m_isLoaded = true;
+    m_item->m_image = filled(10, 10, kRed);
+    CDrawByOpenGL* thread = std::exchange(m_item->m_drawThread, nullptr);
+    const QImage page = painted(m_item);
+    m_item->m_drawThread = thread;
     QCOMPARE(page.pixel(5, 5), kRed);
 }
 
 void PaintingTest::pictureIsPaintedAtTheOriginUnscaled()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->setSize(QSizeF(40, 40), false, false);
-    item->m_image = filled(10, 8, kRed);
-    const QImage page = painted(item);
+    m_item->setSize(QSizeF(40, 40), false, false);
+    m_item->m_image = filled(10, 8, kRed);
+    const QImage page = painted(m_item);
     QCOMPARE(page.pixel(0, 0), kRed);
     QCOMPARE(page.pixel(9, 7), kRed);
     QCOMPARE(page.pixel(10, 7), kNothing);
@@ -143,39 +142,33 @@ void PaintingTest::pictureIsPaintedAtTheOriginUnscaled()
 
 void PaintingTest::transparentPixelsShowThePage()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    item->m_image = filled(10, 10, qRgba(92, 238, 20, 0));
+    m_item->m_image = filled(10, 10, qRgba(92, 238, 20, 0));
     QImage page = filled(50, 50, kBlue);
     QPainter painter(&page);
-    item->OnQPainterDraw(&painter);
+    m_item->OnQPainterDraw(&painter);
     QCOMPARE(page.pixel(5, 5), kBlue);
 }
 
 void PaintingTest::smoothPixmapTransformIsSwitchedOn()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
     QImage page = filled(50, 50, kNothing);
     QPainter painter(&page);
     painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
-    item->OnQPainterDraw(&painter);
+    m_item->OnQPainterDraw(&painter);
     QVERIFY(painter.testRenderHint(QPainter::SmoothPixmapTransform));
 }
 
 void PaintingTest::resultIsHandedOutAsTwoDeepCopies()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    QImage& result = item->m_drawThread->m_resultImage;
+    QImage& result = m_item->m_drawThread->m_resultImage;
     result = filled(10, 10, kBlue);
     QImage out = filled(3, 3, kRed);
-    item->m_drawThread->getResultImage(out);
+    m_item->m_drawThread->getResultImage(out);
     QCOMPARE(out, result);
-    QCOMPARE(item->m_image, result);
+    QCOMPARE(m_item->m_image, result);
     QVERIFY(out.constBits() != result.constBits());
-    QVERIFY(item->m_image.constBits() != result.constBits());
-    QVERIFY(item->m_image.constBits() != out.constBits());
+    QVERIFY(m_item->m_image.constBits() != result.constBits());
+    QVERIFY(m_item->m_image.constBits() != out.constBits());
 }
 
 void PaintingTest::threadWithoutItemHandsOutNothing()
@@ -191,7 +184,7 @@ void PaintingTest::mainViewIsFoundByNameAndViewport_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("found");
-    QTest::newRow("the name") << QStringLiteral("mainGraphicsView") << true;
+    QTest::newRow("the name") << kMainView << true;
     QTest::newRow("another case") << QStringLiteral("MainGraphicsView") << false;
     QTest::newRow("another name") << QStringLiteral("thumbnailView") << false;
     QTest::newRow("no name") << QString() << false;
@@ -201,75 +194,46 @@ void PaintingTest::mainViewIsFoundByNameAndViewport()
 {
     QFETCH(QString, name);
     QFETCH(bool, found);
-    QGraphicsScene scene(0, 0, 100, 100);
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    scene.addItem(item);
-    {
-        AskingView view(&scene);
-        view.item = item;
-        view.setObjectName(name);
-        view.show();
-        QVERIFY(waitFor([&] { return view.wasAsked; }));
-        QCOMPARE(view.answer, found ? &view : nullptr);
-    }
+    m_scene.addItem(m_item);
+    AskingView view(&m_scene);
+    QVERIFY(asksWhilePainting(view, name));
+    QCOMPARE(view.answer, found ? &view : nullptr);
 }
 
 void PaintingTest::mainViewIsTheOneThatIsPaintedOn()
 {
-    QGraphicsScene scene(0, 0, 100, 100);
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    scene.addItem(item);
-    {
-        // The view of that name is not the one that paints.
-        QGraphicsView main(&scene);
-        main.setObjectName(QStringLiteral("mainGraphicsView"));
-        AskingView other(&scene);
-        other.item = item;
-        other.show();
-        QVERIFY(waitFor([&] { return other.wasAsked; }));
-        QVERIFY(!other.answer);
+    m_scene.addItem(m_item);
+    // The view of that name is not the one that paints.
+    QGraphicsView main(&m_scene);
+    main.setObjectName(kMainView);
+    AskingView other(&m_scene);
+    QVERIFY(asksWhilePainting(other, QString()));
+    QVERIFY(!other.answer);
 
-        AskingView second(&scene);
-        second.item = item;
-        second.setObjectName(QStringLiteral("mainGraphicsView"));
-        second.show();
-        QVERIFY(waitFor([&] { return second.wasAsked; }));
-        QCOMPARE(second.answer, static_cast<QGraphicsView*>(&second));
-    }
+    AskingView second(&m_scene);
+    QVERIFY(asksWhilePainting(second, kMainView));
+    QCOMPARE(second.answer, static_cast<QGraphicsView*>(&second));
 }
 
 void PaintingTest::noMainViewForOtherDevices()
 {
-    QGraphicsScene scene(0, 0, 100, 100);
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    scene.addItem(item);
-    {
-        QGraphicsView view(&scene);
-        view.setObjectName(QStringLiteral("mainGraphicsView"));
-        QImage image = filled(10, 10, kRed);
-        QPainter onImage(&image);
-        QVERIFY(!item->getMainGraphicsView(&onImage));
-        QPixmap pixmap(10, 10);
-        QPainter onPixmap(&pixmap);
-        QVERIFY(!item->getMainGraphicsView(&onPixmap));
-        QPainter idle;
-        QVERIFY(!item->getMainGraphicsView(&idle));
-    }
+    m_scene.addItem(m_item);
+    QGraphicsView view(&m_scene);
+    view.setObjectName(kMainView);
+    QImage image = filled(10, 10, kRed);
+    QPainter onImage(&image);
+    QVERIFY(!m_item->getMainGraphicsView(&onImage));
+    QPixmap pixmap(10, 10);
+    QPainter onPixmap(&pixmap);
+    QVERIFY(!m_item->getMainGraphicsView(&onPixmap));
+    QPainter idle;
+    QVERIFY(!m_item->getMainGraphicsView(&idle));
 }
 
 void PaintingTest::noMainViewWithoutScene()
 {
-    QGraphicsScene scene(0, 0, 100, 100);
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    AskingView view(&scene);
-    view.item = item;
-    view.setObjectName(QStringLiteral("mainGraphicsView"));
-    view.show();
-    QVERIFY(waitFor([&] { return view.wasAsked; }));
+    AskingView view(&m_scene);
+    QVERIFY(asksWhilePainting(view, kMainView));
     QVERIFY(!view.answer);
 }
 

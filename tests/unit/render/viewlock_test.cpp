@@ -1,26 +1,13 @@
 #include "src/render/viewlock.h"
 
-#include "src/plugin/ov3dobject.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/mutexprobe.h"
+#include "tests/support/singleitemtestbase.h"
 #include "tests/support/testmain.h"
 
 #include <atomic>
 #include <thread>
 
-namespace {
-
-bool isFree(QMutex& mutex)
-{
-    const bool free = mutex.tryLock();
-    if (free)
-        mutex.unlock();
-    return free;
-}
-
-} // namespace
-
-class ViewLockTest : public TestBase
+class ViewLockTest : public SingleItemTestBase
 {
     Q_OBJECT
 
@@ -34,94 +21,74 @@ private Q_SLOTS:
     void itemWithStrandedMutexEndsWithoutAWarning();
     void updatesGoOnWhileTheMutexIsStranded();
     void aViewerThatBlocksBlocksOtherUpdates();
+
+private:
+    /// Ends a use of the view as a failed save does.
+    void strandMutex()
+    {
+        ViewLock lock(*m_item);
+        lock.strand();
+    }
+
+    /// Ends a use of the view as a successful save does.
+    void recoverMutex()
+    {
+        ViewLock lock(*m_item);
+        lock.recover();
+    }
 };
 
 void ViewLockTest::holdsTheViewMutexAndGivesItBack()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
     {
-        const ViewLock lock(*item);
-        QVERIFY(!isFree(item->m_viewMutex));
+        const ViewLock lock(*m_item);
+        QVERIFY(!isFree(m_item->m_viewMutex));
     }
-    QVERIFY(isFree(item->m_viewMutex));
+    QVERIFY(isFree(m_item->m_viewMutex));
 }
 
 void ViewLockTest::strandedMutexStaysLocked()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    {
-        ViewLock lock(*item);
-        lock.strand();
-    }
-    QVERIFY(!isFree(item->m_viewMutex));
+    strandMutex();
+    QVERIFY(!isFree(m_item->m_viewMutex));
 }
 
 void ViewLockTest::strandedMutexBlocksNoLaterLock()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
+    strandMutex();
     {
-        ViewLock lock(*item);
-        lock.strand();
+        const ViewLock lock(*m_item);
     }
-    {
-        const ViewLock lock(*item);
-    }
-    QVERIFY(!isFree(item->m_viewMutex));
+    QVERIFY(!isFree(m_item->m_viewMutex));
 }
 
 void ViewLockTest::laterSuccessGivesTheStrandedMutexBack()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    {
-        ViewLock lock(*item);
-        lock.strand();
-    }
-    {
-        ViewLock lock(*item);
-        lock.recover();
-    }
-    QVERIFY(isFree(item->m_viewMutex));
-    {
-        ViewLock lock(*item);
-        lock.recover();
-    }
-    QVERIFY(isFree(item->m_viewMutex));
+    strandMutex();
+    recoverMutex();
+    QVERIFY(isFree(m_item->m_viewMutex));
+    recoverMutex();
+    QVERIFY(isFree(m_item->m_viewMutex));
 }
 
 void ViewLockTest::strandedTwiceIsGivenBackOnce()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    for (int i = 0; i < 2; ++i) {
-        ViewLock lock(*item);
-        lock.strand();
-    }
-    {
-        ViewLock lock(*item);
-        lock.recover();
-    }
-    QVERIFY(isFree(item->m_viewMutex));
-    const ViewLock lock(*item);
-    QVERIFY(!isFree(item->m_viewMutex));
+    strandMutex();
+    strandMutex();
+    recoverMutex();
+    QVERIFY(isFree(m_item->m_viewMutex));
+    const ViewLock lock(*m_item);
+    QVERIFY(!isFree(m_item->m_viewMutex));
 }
 
 void ViewLockTest::exclusionHoldsWhileTheMutexIsStranded()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    {
-        ViewLock lock(*item);
-        lock.strand();
-    }
+    strandMutex();
     std::atomic<int> inside{0};
     std::atomic<bool> overlapped{false};
     const auto work = [&] {
         for (int i = 0; i < 2000; ++i) {
-            const ViewLock lock(*item);
+            const ViewLock lock(*m_item);
             if (++inside != 1)
                 overlapped = true;
             --inside;
@@ -136,41 +103,28 @@ void ViewLockTest::exclusionHoldsWhileTheMutexIsStranded()
 
 void ViewLockTest::itemWithStrandedMutexEndsWithoutAWarning()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    {
-        ViewLock lock(*item);
-        lock.strand();
-    }
+    strandMutex();
     // Qt would warn of a mutex that is destroyed while locked, and the base fails a test on a warning.
-    fixture.release(item);
+    m_fixture->release(m_item);
 }
 
 void ViewLockTest::updatesGoOnWhileTheMutexIsStranded()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    ItemFixture::makeReady(item);
-    {
-        ViewLock lock(*item);
-        lock.strand();
-    }
-    item->m_context.op = kOperationInput;
-    item->update_view(&item->m_context);
-    QCOMPARE(fixture.viewer.callCount(), 1);
-    QVERIFY(!isFree(item->m_viewMutex));
+    ItemFixture::makeReady(m_item);
+    strandMutex();
+    update(kOperationInput);
+    QCOMPARE(m_fixture->viewer.callCount(), 1);
+    QVERIFY(!isFree(m_item->m_viewMutex));
 }
 
 void ViewLockTest::aViewerThatBlocksBlocksOtherUpdates()
 {
-    ItemFixture fixture;
-    COv3DObject* item = fixture.createItem();
-    ItemFixture::makeReady(item);
+    ItemFixture::makeReady(m_item);
     std::atomic<bool> entered{false};
     std::atomic<bool> goOn{false};
     std::atomic<int> inside{0};
     std::atomic<bool> overlapped{false};
-    fixture.viewer.setOnCall([&](ViewContext&) {
+    m_fixture->viewer.setOnCall([&](ViewContext&) {
         if (++inside != 1)
             overlapped = true;
         entered = true;
@@ -178,18 +132,20 @@ void ViewLockTest::aViewerThatBlocksBlocksOtherUpdates()
             std::this_thread::yield();
         --inside;
     });
-    std::thread first([&] { item->update_view(&item->m_context); });
+    std::thread first([&] { m_item->update_view(&m_item->m_context); });
     const bool firstIsIn = waitFor([&] { return entered.load(); });
-    std::thread second([&] { item->update_view(&item->m_context); });
-    const bool mutexWasFree = isFree(item->m_viewMutex);
+    std::thread second([&] { m_item->update_view(&m_item->m_context); });
+    const bool mutexWasFree = isFree(m_item->m_viewMutex);
+    const bool secondIsIn = waitFor([&] { return inside > 1; }, 200);
     goOn = true;
     first.join();
     second.join();
-    fixture.viewer.setOnCall(nullptr);
+    m_fixture->viewer.setOnCall(nullptr);
     QVERIFY(firstIsIn);
     QVERIFY(!mutexWasFree);
+    QVERIFY(!secondIsIn);
     QVERIFY(!overlapped);
-    QCOMPARE(fixture.viewer.callCount(), 2);
+    QCOMPARE(m_fixture->viewer.callCount(), 2);
 }
 
 OV3D_TEST_MAIN(ViewLockTest)
