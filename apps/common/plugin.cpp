@@ -21,7 +21,9 @@ template <typename Pointer> bool resolve(void* library, const char* symbol, Poin
 
 QString Plugin::defaultPath()
 {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/libov3dobject.so.1");
+    const QString folder = QCoreApplication::applicationDirPath();
+    const QString installed = folder + QStringLiteral("/" OV3D_LIBRARIES_FROM_PROGRAMS "/libov3dobject.so.1");
+    return QFile::exists(installed) ? installed : folder + QStringLiteral("/../lib/libov3dobject.so.1");
 }
 
 bool Plugin::load(const QString& path)

@@ -2,6 +2,7 @@
 
 #include "src/import/modelvalidation.h"
 #include "src/log/log.h"
+#include "src/plugin/boundary.h"
 #include "src/plugin/numbers.h"
 #include "src/plugin/ov3dobject.h"
 #include "src/plugin/ov3dobject_shared_global.h"
@@ -67,7 +68,7 @@ bool checkModelFile(const QString& path, std::int32_t& format)
 }
 
 /// Copies as many bytes as the path has characters, or 512 when its encoded form is longer than that. A path with
-/// multi-byte characters is thus cut short; viewers have always been given that.
+/// multi-byte characters is thus cut short; that is what the interface gives viewers.
 void copyApplicationPath(const QString& path, ViewContext& context)
 {
     const QByteArray encoded = path.toLocal8Bit();
@@ -96,6 +97,15 @@ bool refuseLoad(const std::string& reason)
 } // namespace
 
 bool COv3DObject::loadFromFile(const QString& path)
+{
+    const bool isLoaded = withoutException("Loading a 3D model", [&] { return loadModel(path); });
+    // However a load has ended, nobody waits for more of it.
+    if (!isLoaded)
+        storeRelease(g_progress, kProgressEnded);
+    return isLoaded;
+}
+
+bool COv3DObject::loadModel(const QString& path)
 {
     if (!QDir(QStringLiteral("./resources")).exists())
         return refuseLoad("resource dir missing !\n");

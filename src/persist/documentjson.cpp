@@ -2,7 +2,9 @@
 
 #include "src/import/modelloading.h"
 #include "src/log/log.h"
+#include "src/persist/previewpicture.h"
 #include "src/persist/settingsfile.h"
+#include "src/plugin/boundary.h"
 #include "src/plugin/ov3dobject.h"
 #include "src/render/drawbyopengl.h"
 #include "src/render/viewlock.h"
@@ -27,6 +29,8 @@ namespace {
 const QString kEntryKey = QStringLiteral("3D_OBJECT_KEY");
 constexpr int kScannedObjLines = 10;
 constexpr int kMaterialNameBegin = 7; ///< behind "mtllib " and any other seven characters
+/// Characters of a line. A longer one names no file, and nothing is looked for behind it.
+constexpr qint64 kLongestObjLine = 1 << 20;
 
 /// Bytes of the view context in a scene-status file: the scene status and what follows it up to the file list.
 constexpr std::size_t kStatusFileBytes = offsetof(ViewContext, file_list) - offsetof(ViewContext, scene_status);
@@ -91,7 +95,9 @@ std::optional<QString> materialLibraryName(const QString& objPath)
         return std::nullopt;
     QTextStream stream(&file);
     for (int line = 0; line < kScannedObjLines && !stream.atEnd(); ++line) {
-        const QString text = stream.readLine();
+        const QString text = stream.readLine(kLongestObjLine);
+        if (text.size() == kLongestObjLine)
+            break;
         if (text.contains(QLatin1String(".mtl")))
             return text.mid(kMaterialNameBegin);
     }
@@ -157,13 +163,21 @@ QString json2qstring(QJsonObject& object)
 
 bool COv3DObject::saveJson(QJsonObject& object)
 {
-    CBaseObject::saveJson(object);
-    getBelongDoc();
+    return withoutException("Saving a 3D object", [&] {
+        CBaseObject::saveJson(object);
+        getBelongDoc();
+        saveEntries(object);
+        return true;
+    });
+}
 
+/// Adds the entries of this save to the object, or nothing when the save cannot be finished.
+void COv3DObject::saveEntries(QJsonObject& object)
+{
     const QFileInfo model(m_modelPath);
     ResourceStore resources(m_belongDoc, m_dirName);
     if (!storeModel(*this, resources, model))
-        return true;
+        return;
     test("[obj save dir is] " + m_dirName.toStdString() + "\n");
 
     const QString stem = model.absolutePath() + QLatin1Char('/') + m_dirName;
@@ -178,13 +192,12 @@ bool COv3DObject::saveJson(QJsonObject& object)
 
     const QString statusPath = stem + QLatin1String(".opt");
     if (!writeSceneStatus(statusPath))
-        return true;
+        return;
     resources.store(statusPath);
 
     QJsonArray saves = object.value(kEntryKey).toArray();
     saves.append(resources.entries());
     object.insert(kEntryKey, saves);
-    return true;
 }
 
 /// @return false when the file cannot be created; the view mutex then stays locked, which hosts rely on.
@@ -206,9 +219,19 @@ bool COv3DObject::writeSceneStatus(const QString& path)
 
 bool COv3DObject::loadJson(QJsonObject& object)
 {
-    CBaseObject::loadJson(object);
-    getBelongDoc();
+    return withoutException("Restoring a 3D object", [&] {
+        CBaseObject::loadJson(object);
+        getBelongDoc();
+        restoreEntries(object);
+        setLoadedFlag(true);
+        updateAfterObjRectChanged(this, true);
+        loadFromFile(m_modelPath);
+        return true;
+    });
+}
 
+void COv3DObject::restoreEntries(const QJsonObject& object)
+{
     // value(), since the index operator would put the key into the caller's object. Only the first save is read.
     QJsonArray entries = object.value(kEntryKey).toArray().first().toArray();
     QString path;
@@ -218,13 +241,12 @@ bool COv3DObject::loadJson(QJsonObject& object)
             m_belongDoc->transferResourceFile(entries, path, kEntryKey, false, scratch);
         if (!entries.isEmpty())
             entries.removeFirst();
-        restoreEntry(path);
+        // A file that takes more memory than there is leaves the item without it, not without its model.
+        withoutException("Restoring a file of a 3D object", [&] {
+            restoreEntry(path);
+            return true;
+        });
     }
-
-    setLoadedFlag(true);
-    updateAfterObjRectChanged(this, true);
-    loadFromFile(m_modelPath);
-    return true;
 }
 
 void COv3DObject::restoreEntry(const QString& path)
@@ -239,7 +261,7 @@ void COv3DObject::restoreEntry(const QString& path)
             m_viewSettingsLoaded = true;
     }
     if (file.fileName() == file.absoluteDir().dirName() + QLatin1String("_3dpreview.png")) {
-        const QImage preview(path);
+        const QImage preview = readPreview(path);
         const QMutexLocker lock(m_drawThread ? &m_drawThread->m_mutex : nullptr);
         m_image = preview;
     }
@@ -250,8 +272,11 @@ void COv3DObject::restoreEntry(const QString& path)
 /// Takes over the last complete record of the file; a shorter rest, or no file, changes nothing.
 void COv3DObject::readSceneStatus(const QString& path)
 {
-    std::ifstream file(path.toUtf8().constData(), std::ios::binary);
+    std::ifstream file(path.toUtf8().constData(), std::ios::binary | std::ios::ate);
+    constexpr std::streamoff recordBytes = kStatusFileBytes;
+    // The records before it need not be read: a file of holes can hold more of them than anybody can wait for.
+    const std::streamoff records = static_cast<std::streamoff>(file.tellg()) / recordBytes;
     std::array<char, kStatusFileBytes> record{};
-    while (file.read(record.data(), record.size()))
+    if (records > 0 && file.seekg((records - 1) * recordBytes) && file.read(record.data(), record.size()))
         std::memcpy(statusBytes(m_context), record.data(), kStatusRestoredBytes);
 }

@@ -1,5 +1,6 @@
 #include "src/persist/settingsfile.h"
 
+#include <QDebug>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -75,7 +76,13 @@ bool readSettingsFile(const QString& path, ViewSettings& view, DisplaySettings& 
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return false;
-    const SettingsReader reader(QJsonDocument::fromJson(file.readAll()).object());
+    const QByteArray text = file.read(kMostSettingsBytes + 1);
+    if (text.size() > kMostSettingsBytes) {
+        qWarning().nospace() << "The settings file " << path << " is left out: it has more than " << kMostSettingsBytes
+                             << " bytes";
+        return false;
+    }
+    const SettingsReader reader(QJsonDocument::fromJson(text).object());
     view.reset_camera = reader.flag("reset_camera");
     view.view_type = reader.integer("view_type");
     readDisplay(reader, display);

@@ -1,3 +1,4 @@
+#include "src/plugin/boundary.h"
 #include "src/plugin/numbers.h"
 #include "src/plugin/ov3dobject.h"
 #include "src/plugin/ov3dobject_shared_global.h"
@@ -40,34 +41,38 @@ template <typename Block> Block& liveBlock(Block* live, Block& own)
 
 bool COv3DObject::GetSpecialProperty(int id, QDataStream& out)
 {
-    if (id == kPropertyProgress) {
-        out << static_cast<qint32>(loadAcquire(g_progress));
+    return withoutException("Reporting a property of a 3D object", [&] {
+        if (id == kPropertyProgress) {
+            out << static_cast<qint32>(loadAcquire(g_progress));
+            return true;
+        }
+        if (loadAcquire(m_viewerReady) == 0)
+            return false;
+        if (id == kPropertyParams) {
+            fillParams();
+            out << CEffectLayerParams::toJson(m_params);
+        }
         return true;
-    }
-    if (loadAcquire(m_viewerReady) == 0)
-        return false;
-    if (id == kPropertyParams) {
-        fillParams();
-        out << CEffectLayerParams::toJson(m_params);
-    }
-    return true;
+    });
 }
 
 bool COv3DObject::SetSpecialProperty(int id, QDataStream& in, bool)
 {
-    if (loadAcquire(m_viewerReady) == 0)
-        return false;
-    if (id != kPropertyParams) {
-        change3DState(id);
-        return false;
-    }
-    QString text;
-    in >> text;
-    CEffectLayerParams::fromJson(text, m_params);
-    if (m_params.command)
-        return runViewerCommand();
-    applyParams();
-    return true;
+    return withoutException("Setting a property of a 3D object", [&] {
+        if (loadAcquire(m_viewerReady) == 0)
+            return false;
+        if (id != kPropertyParams) {
+            change3DState(id);
+            return false;
+        }
+        QString text;
+        in >> text;
+        CEffectLayerParams::fromJson(text, m_params);
+        if (m_params.command)
+            return runViewerCommand();
+        applyParams();
+        return true;
+    });
 }
 
 /// Fills the parameter record from the blocks that the viewer reads.

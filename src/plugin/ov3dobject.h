@@ -154,15 +154,21 @@ public:
     bool m_viewMutexStranded = false; ///< see ViewLock; guarded by m_viewExclusion
 
 private:
-    void deliver(ViewContext* context);
+    bool takesUpdates() const;
+    void deliver(ViewContext* context, std::int32_t operation);
     void recordHistory(const ViewContext& context, int marker, bool withResetText);
     void sendMouseRecord(const struct MouseRecord& record);
     QImage frameImage() const;
 
     // persist/documentjson.cpp
+    void saveEntries(QJsonObject& object);
+    void restoreEntries(const QJsonObject& object);
     void restoreEntry(const QString& path);
     void readSceneStatus(const QString& path);
     bool writeSceneStatus(const QString& path);
+
+    // import/modelloading.cpp
+    bool loadModel(const QString& path);
 
     // persist/specialproperties.cpp
     void fillParams();

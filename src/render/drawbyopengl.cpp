@@ -130,7 +130,7 @@ void CDrawByOpenGL::run()
 void CDrawByOpenGL::prepareContext()
 {
     ViewContext& context = m_item->m_context;
-    context.op = kOperationStart;
+    storeRelease(context.op, std::int32_t{kOperationStart});
     context.object_id = nextObjectId();
     test(idText(context) + "  begin param init\n");
 

@@ -18,23 +18,29 @@ constexpr char kResetText[] = {'r', 'e', 's', 'e', 't'};
 
 void COv3DObject::update_view(ViewContext* context)
 {
-    if (loadAcquire(m_viewerReady) == 0)
-        return;
-    if (isLocked() && loadAcquire(m_isLoaded))
-        return;
-    deliver(context);
+    if (takesUpdates())
+        deliver(context, context->op);
+}
+
+bool COv3DObject::takesUpdates() const
+{
+    return loadAcquire(m_viewerReady) != 0 && !(isLocked() && loadAcquire(m_isLoaded));
 }
 
 void COv3DObject::deliverStop()
 {
-    m_context.op = kOperationStop;
     if (loadAcquire(m_viewerReady) != 0)
-        deliver(&m_context);
+        deliver(&m_context, kOperationStop);
+    else
+        storeRelease(m_context.op, std::int32_t{kOperationStop});
 }
 
-void COv3DObject::deliver(ViewContext* context)
+/// The operation is set under the lock: the render thread's redraw and a stop may meet, and a stop that the viewer took
+/// for a redraw would leave it running on a context that is about to go.
+void COv3DObject::deliver(ViewContext* context, std::int32_t operation)
 {
     const ViewLock lock(*this);
+    storeRelease(context->op, operation);
     if (!m_drawThread)
         return;
 
@@ -73,12 +79,14 @@ void COv3DObject::recordHistory(const ViewContext& context, int marker, bool wit
 
 void COv3DObject::forcedraw()
 {
-    m_context.op = kOperationRedraw;
     if (m_context.view_settings)
         m_context.view_settings->reset_camera = false;
     if (m_context.material_settings)
         m_context.material_settings->material_update = true;
-    update_view(&m_context);
+    if (takesUpdates())
+        deliver(&m_context, kOperationRedraw);
+    else
+        storeRelease(m_context.op, std::int32_t{kOperationRedraw});
 }
 
 void COv3DObject::sendMouseRecord(const MouseRecord& record)

@@ -3,8 +3,8 @@
 /// The records that pass between the plug-in and the external viewer function.
 ///
 /// A separately built viewer reads and writes a view context through a raw pointer, so the byte layout (x86-64,
-/// little-endian) is a contract between two programs. Plain C++17, no Qt: a viewer needs this header and
-/// src/persist/viewsettings.h, and nothing else of the plug-in.
+/// little-endian) is a contract between two programs. Plain C++17, no Qt: a viewer needs this header,
+/// src/persist/viewsettings.h and, for the hand-shakes, src/render/handshake.h.
 ///
 /// Threads: the GUI thread, the item's render thread and the viewer's thread share one record without a lock.
 /// `first_draw`, `frame_width` and `result` are the hand-shakes; access them with acquire and release order

@@ -3,15 +3,10 @@
 #
 # Needs SOURCE, BUILD, GENERATOR, COMPILER and READELF.
 
-function(run_or_fail what)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-    if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${what} failed (${result}):\n${output}")
-    endif()
-endfunction()
+include("${CMAKE_CURRENT_LIST_DIR}/steps.cmake")
 
 set(prefix "${BUILD}/prefix")
-file(REMOVE_RECURSE "${prefix}" "${BUILD}/consumer" "${BUILD}/run")
+file(REMOVE_RECURSE "${prefix}" "${BUILD}/run")
 
 set(without "")
 foreach(package VTK assimp lib3mf KF5Archive Qt5Test OpenGL PkgConfig benchmark)
@@ -34,9 +29,8 @@ foreach(entry IN LISTS needed)
     endif()
 endforeach()
 
-run_or_fail("configuring the programs" ${CMAKE_COMMAND} -S "${SOURCE}/tests/install/consumer" -B "${BUILD}/consumer"
-    -G "${GENERATOR}" "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DINSTALLED_TREE=${prefix}")
-run_or_fail("building the programs" ${CMAKE_COMMAND} --build "${BUILD}/consumer" -j 2)
+build_installed(headers "${prefix}")
+build_installed(consumer "${prefix}")
 foreach(program loading_host linked_host)
     # The log goes into the working folder, where a "resources" folder has to stand.
     set(folder "${BUILD}/run/${program}")

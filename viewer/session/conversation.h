@@ -2,6 +2,7 @@
 
 #include "viewer/protocol/messages.h"
 #include "viewer/session/rendererprocess.h"
+#include "viewer/session/worklimit.h"
 
 #include <chrono>
 #include <memory>
@@ -20,9 +21,10 @@ public:
         crashed, ///< another try may do better
     };
 
-    /// @param patience  how long the renderer may go without progress
+    /// @param patience  how long the renderer may go without progress, and draw a picture of the usual size
     explicit Conversation(std::unique_ptr<RendererProcess> renderer, std::chrono::milliseconds patience);
 
+    /// A load and the picture after it may take as long as those of a session: wholeLimit() of the model's file.
     /// @param memory  descriptor of the frame memory, or -1
     Outcome load(const protocol::LoadRequest& request, int memory, protocol::Loaded& loaded);
 
@@ -34,12 +36,18 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    Outcome receive(protocol::Answer& answer, Clock::time_point deadline, const char* work);
+    void giveTime(std::chrono::milliseconds time);
+    /// Whether the renderer has had its time; ends it then, with the reason.
+    bool isLate(const char* work);
+    Outcome receive(protocol::Answer& answer, const char* work);
     Outcome lost(const char* fault);
     Outcome refused(const protocol::Failed& failed);
 
     std::unique_ptr<RendererProcess> m_renderer;
     std::chrono::milliseconds m_patience;
+    ProcessorMeter m_processor;
+    WorkLimit m_loadLimit; ///< of the load and its first picture
+    WorkLimit m_stepLimit;
     std::string m_reason;
 };
 

@@ -49,6 +49,14 @@ std::chrono::milliseconds wholeLimit(std::uint64_t fileBytes)
     return now.load + 4 * (loadLimit(fileBytes) - now.load) + now.steady;
 }
 
+std::chrono::milliseconds extraForPicture(std::int32_t width, std::int32_t height)
+{
+    const std::uint64_t share = std::max<std::uint64_t>(1, limits().pixels_for_another_second);
+    const auto side = [](std::int32_t length) { return static_cast<std::uint64_t>(std::max(0, length)); };
+    const std::uint64_t shares = side(width) * side(height) / share;
+    return std::chrono::seconds(std::min(shares - std::min<std::uint64_t>(shares, 1), kMostExtraSeconds));
+}
+
 std::string inSeconds(std::chrono::milliseconds time)
 {
     const auto seconds = std::max<std::chrono::milliseconds::rep>(1, (time.count() + 500) / 1000);

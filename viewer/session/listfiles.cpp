@@ -85,15 +85,20 @@ std::optional<std::vector<std::string>> listFiles(const std::string& path, const
     reason = faultOfFile(path, fileBytes);
     if (!reason.empty())
         return std::nullopt;
-    auto renderer = RendererProcess::start();
-    const auto watch = watchFor(renderer.get(), cancelled);
-    Conversation conversation(std::move(renderer), loadLimit(fileBytes));
-    const protocol::LoadRequest load{toAbsolute(path), formatOfPath(path), false, true, 0};
     protocol::Loaded loaded;
-    // No second try without textures: their files belong to the list.
-    if (conversation.load(load, -1, loaded) != Conversation::Outcome::done) {
-        reason = watch && watch->hasCancelled() ? "was cancelled" : conversation.reason();
-        return std::nullopt;
+    for (bool isListed = false; !isListed;) {
+        const bool hadShaderCache = RendererProcess::startsWithShaderCache();
+        auto renderer = RendererProcess::start();
+        const auto watch = watchFor(renderer.get(), cancelled);
+        Conversation conversation(std::move(renderer), loadLimit(fileBytes));
+        const protocol::LoadRequest load{toAbsolute(path), formatOfPath(path), false, true, 0};
+        isListed = conversation.load(load, -1, loaded) == Conversation::Outcome::done;
+        const bool isCancelled = watch && watch->hasCancelled();
+        // No second try without textures: their files belong to the list. One without the shader cache, if that was it.
+        if (!isListed && (isCancelled || hadShaderCache == RendererProcess::startsWithShaderCache())) {
+            reason = isCancelled ? "was cancelled" : conversation.reason();
+            return std::nullopt;
+        }
     }
     return std::move(loaded.files);
 }

@@ -25,8 +25,10 @@ std::unique_ptr<RendererProcess> RendererPool::take()
         const std::lock_guard lock(m_mutex);
         spare = std::move(m_spare);
     }
-    if (spare && spare->isAlive())
+    if (spare && spare->isAlive() && spare->hasShaderCache() == RendererProcess::startsWithShaderCache())
         return spare;
+    // How it has ended may tell how to start the next.
+    spare.reset();
     return RendererProcess::start();
 }
 
@@ -51,6 +53,7 @@ void RendererPool::clear()
     const std::lock_guard lock(m_mutex);
     m_keepSpare = false;
     m_spare.reset();
+    RendererProcess::forgetShaderCacheFaults();
 }
 
 } // namespace ov3d::session

@@ -26,7 +26,7 @@ public:
     /// Buries a spare renderer that has ended.
     void tidy();
 
-    /// Ends the spare renderer and keeps none from now on. For tests.
+    /// Ends the spare renderer, keeps none from now on, and forgets how renderers have ended. For tests.
     void clear();
 
 private:

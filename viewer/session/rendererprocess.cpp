@@ -9,9 +9,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -23,6 +25,11 @@ namespace {
 constexpr const char* kProgramName = "ov3d-renderer";
 constexpr int kSocketDescriptor = 3; // in the child
 constexpr std::chrono::milliseconds kPatienceAfterKill{1000};
+// Mesa's. What a driver does not know it ignores.
+constexpr const char* kNoShaderCacheName = "MESA_SHADER_CACHE_DISABLE=";
+constexpr const char* kNoShaderCache = "MESA_SHADER_CACHE_DISABLE=true";
+
+std::atomic<bool> g_shaderCacheFails{false};
 
 struct Stragglers
 {
@@ -55,6 +62,29 @@ std::string libraryFolder()
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
+
+/// The host's environment as a renderer gets it. Points into the host's own.
+class Environment
+{
+public:
+    explicit Environment(bool withShaderCache)
+    {
+        for (char** variable = environ; variable && *variable; ++variable)
+            if (withShaderCache || std::strncmp(*variable, kNoShaderCacheName, std::strlen(kNoShaderCacheName)) != 0)
+                m_pointers.push_back(*variable);
+        if (!withShaderCache)
+            m_pointers.push_back(m_noShaderCache.data());
+        m_pointers.push_back(nullptr);
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+    [[nodiscard]] char** pointers() { return m_pointers.data(); }
+
+private:
+    std::string m_noShaderCache = kNoShaderCache;
+    std::vector<char*> m_pointers;
+};
 
 /// What the child does between its birth and the new program: no more than moving descriptors, done by the C library
 /// without touching the host's memory. Freed with the object.
@@ -91,8 +121,9 @@ public:
     SpawnPlan& operator=(const SpawnPlan&) = delete;
 
     /// @return -1 when the program cannot be started.
-    [[nodiscard]] pid_t spawn(const std::string& program) const
+    [[nodiscard]] pid_t spawn(const std::string& program, bool withShaderCache) const
     {
+        Environment environment(withShaderCache);
         std::string parent = std::to_string(getpid());
         std::string socket = std::to_string(kSocketDescriptor);
         std::string name = program;
@@ -101,7 +132,8 @@ public:
         char* const arguments[] = {name.data(),         socketOption.data(), socket.data(),
                                    parentOption.data(), parent.data(),       nullptr};
         pid_t id = -1;
-        if (!m_good || posix_spawn(&id, program.c_str(), &m_actions, &m_attributes, arguments, environ) != 0)
+        if (!m_good ||
+            posix_spawn(&id, program.c_str(), &m_actions, &m_attributes, arguments, environment.pointers()) != 0)
             return -1;
         return id;
     }
@@ -132,9 +164,10 @@ std::string RendererProcess::End::words() const
     return "ended unexpectedly";
 }
 
-RendererProcess::RendererProcess(pid_t id, protocol::Channel channel)
+RendererProcess::RendererProcess(pid_t id, protocol::Channel channel, bool hasShaderCache)
     : m_id(id)
     , m_channel(std::move(channel))
+    , m_hasShaderCache(hasShaderCache)
 {
 }
 
@@ -152,10 +185,31 @@ std::unique_ptr<RendererProcess> RendererProcess::start()
     if (!pair.here.isOpen())
         return nullptr;
     const SpawnPlan plan(pair.there.descriptor());
-    const pid_t id = plan.spawn(program);
+    const bool withShaderCache = startsWithShaderCache();
+    const pid_t id = plan.spawn(program, withShaderCache);
     if (id < 0)
         return nullptr;
-    return std::unique_ptr<RendererProcess>(new RendererProcess(id, std::move(pair.here)));
+    return std::unique_ptr<RendererProcess>(new RendererProcess(id, std::move(pair.here), withShaderCache));
+}
+
+bool RendererProcess::startsWithShaderCache()
+{
+    return !g_shaderCacheFails;
+}
+
+void RendererProcess::forgetShaderCacheFaults()
+{
+    g_shaderCacheFails = false;
+}
+
+void RendererProcess::noteEnd(int status)
+{
+    m_end.known = true;
+    m_end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    m_end.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    m_end.by_shader_cache = m_end.signal == SIGBUS && m_hasShaderCache;
+    if (m_end.by_shader_cache)
+        g_shaderCacheFails = true;
 }
 
 bool RendererProcess::isAlive() const
@@ -185,9 +239,7 @@ RendererProcess::End RendererProcess::finish()
         int status = 0;
         const pid_t waited = waitpid(m_id, &status, WNOHANG);
         if (waited == m_id) {
-            m_end.known = true;
-            m_end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-            m_end.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+            noteEnd(status);
             return m_end;
         }
         // The host has waited for it, so the id may already stand for another process: hands off.
@@ -219,7 +271,8 @@ std::string RendererProcess::findProgram()
     if (const char* named = std::getenv("OV3D_RENDERER"); named && *named)
         return isExecutable(named) ? named : std::string();
     const std::string folder = libraryFolder();
-    for (const char* place : {"/", "/../libexec/", "/../bin/"}) {
+    // The second is where it was installed, relative to the libraries; the third its place in a build folder.
+    for (const char* place : {"/", "/" OV3D_LIBEXEC_FROM_LIBRARIES "/", "/../libexec/", "/../bin/"}) {
         std::string path = folder + place + kProgramName;
         if (isExecutable(path))
             return path;

@@ -22,6 +22,9 @@ public:
         bool known = false; ///< false when somebody else has waited for it, or it would not end
         int signal = 0;     ///< that ended it, or 0
         int exit_code = 0;
+        /// By a fault that a full disk explains: drivers map the files of their shader cache. Renderers that are
+        /// started afterwards go without that cache.
+        bool by_shader_cache = false;
 
         /// Whether it ended by a fault of its own, as opposed to being killed from outside.
         [[nodiscard]] bool isCrash() const;
@@ -45,6 +48,13 @@ public:
     /// Ends the process if it has not ended by itself, and tells how it ended.
     End finish();
 
+    /// Whether it was started with the drivers' shader cache on disk, which saves a renderer about a tenth of a second.
+    [[nodiscard]] bool hasShaderCache() const { return m_hasShaderCache; }
+    /// Whether the next one will be. Any thread.
+    [[nodiscard]] static bool startsWithShaderCache();
+    /// For tests.
+    static void forgetShaderCacheFaults();
+
     /// Waits for processes that did not end when they were told to. Cheap when there are none; any thread.
     static void reapStragglers();
 
@@ -53,10 +63,12 @@ public:
     static std::string findProgram();
 
 private:
-    RendererProcess(pid_t id, protocol::Channel channel);
+    RendererProcess(pid_t id, protocol::Channel channel, bool hasShaderCache);
+    void noteEnd(int status);
 
     pid_t m_id;
     protocol::Channel m_channel;
+    bool m_hasShaderCache;
     bool m_finished = false;
     End m_end;
 };

@@ -78,21 +78,22 @@ std::string draw(const ImageRequest& request, const Target& target)
         return fault;
     const PictureSize tile = tileSize(target);
     std::string reason;
+    bool isCautious = false;
     for (int failures = 0; failures < kTries; ++failures) {
         const protocol::FrameMemory memory = protocol::FrameMemory::create(
             static_cast<std::size_t>(protocol::rowBytes(tile.width)) * static_cast<std::size_t>(tile.height));
         if (!memory.isOpen())
             return "cannot be shown: there is no memory for its picture";
+        const bool hadShaderCache = RendererProcess::startsWithShaderCache();
         Conversation conversation(RendererPool::instance().take(), loadLimit(fileBytes));
-        // What a renderer died of is not known; of textures and foreign pictures it is likeliest.
-        const protocol::LoadRequest load{request.model, request.format, failures > 0, false, memory.size()};
+        const protocol::LoadRequest load{request.model, request.format, isCautious, false, memory.size()};
         protocol::Loaded model;
         Outcome outcome = conversation.load(load, memory.descriptor(), model);
         if (outcome == Outcome::done) {
             protocol::RenderRequest picture;
             picture.status = viewOf(request, model, target.width, target.height);
             picture.settings = request.settings;
-            if (failures > 0)
+            if (isCautious)
                 picture.settings.hdr_path.clear();
             outcome = drawTiles(conversation, picture, tile, memory, target);
         }
@@ -101,6 +102,9 @@ std::string draw(const ImageRequest& request, const Target& target)
         reason = conversation.reason();
         if (outcome == Outcome::refused)
             return reason;
+        // Unless the cache was it, what a renderer died of is not known; of textures and foreign pictures it is
+        // likeliest.
+        isCautious = isCautious || hadShaderCache == RendererProcess::startsWithShaderCache();
     }
     return reason + " twice";
 }

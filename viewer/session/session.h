@@ -10,6 +10,7 @@
 #include "viewer/session/observer.h"
 #include "viewer/session/rendererprocess.h"
 #include "viewer/session/wakeup.h"
+#include "viewer/session/worklimit.h"
 
 #include <chrono>
 #include <functional>
@@ -111,7 +112,7 @@ private:
 
     // ---- sessionanswers.cpp: what the renderer says and what goes wrong; the session's thread alone ----
     void readAnswers();
-    void answer(const protocol::Ready&) {}
+    void answer(const protocol::Ready&);
     void answer(const protocol::Progress& progress);
     void answer(protocol::Loaded& loaded);
     void answer(const protocol::Rendered& rendered);
@@ -132,7 +133,7 @@ private:
     void beginPicture();
     void drawCardIfWanted();
     void giveRendererBackAtRest();
-    void giveTime();
+    void giveTime(std::chrono::milliseconds time);
     [[nodiscard]] protocol::Quality wantedQuality() const; ///< with m_mutex held
     [[nodiscard]] std::chrono::milliseconds timeToWait();
 
@@ -189,10 +190,10 @@ private:
     bool m_announced = false;
     std::int32_t m_bestPercent = -1;
     Clock::time_point m_idleLossesSince{};
-    Clock::time_point m_deadline{};
-    std::chrono::milliseconds m_limit{0};
-    Clock::time_point m_loadEnds = Clock::time_point::max(); ///< of the load and its first picture, all tries
-    std::chrono::milliseconds m_wholeLimit{0};
+    ProcessorMeter m_processor;
+    std::chrono::milliseconds m_patience{0}; ///< for a step of a load, or a picture of the usual size
+    WorkLimit m_stepLimit;
+    WorkLimit m_loadLimit; ///< of the load and its first picture, all tries
     Clock::time_point m_nextTurn{};
     Clock::time_point m_lastWritten{};
     bool m_watched = true;

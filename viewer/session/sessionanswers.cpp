@@ -53,13 +53,19 @@ void Session::readAnswers()
     }
 }
 
+void Session::answer(const protocol::Ready&)
+{
+    // What a renderer does to begin with is no work on the model.
+    m_processor.follow(m_renderer->id());
+}
+
 void Session::answer(const protocol::Progress& progress)
 {
     if (m_phase != Phase::loading || progress.percent <= m_bestPercent)
         return;
     // Only what no earlier try has reached counts, so that all tries together stay within the limit.
     m_bestPercent = std::min(progress.percent, 100);
-    giveTime();
+    giveTime(m_patience);
     reportProgress(std::clamp(progress.percent, 0, kMostProgress));
 }
 
@@ -83,7 +89,6 @@ void Session::answer(protocol::Loaded& loaded)
         return;
     }
     m_phase = Phase::ready;
-    giveTime();
     const std::lock_guard lock(m_mutex);
     if (m_hasBounds)
         return; // loaded again: the view is what it was
@@ -105,7 +110,7 @@ void Session::answer(const protocol::Rendered& rendered)
     }
     m_failures = 0;
     m_bestPercent = -1;
-    m_loadEnds = Clock::time_point::max();
+    m_loadLimit = {};
     if (!m_announced) {
         m_announced = true;
         if (!m_loaded.missing.empty())
@@ -153,11 +158,17 @@ void Session::checkLimits()
     }
     if (abandoned && m_phase != Phase::card)
         showCard("was given up while it was being read");
-    const bool busy = m_phase == Phase::loading || m_inFlight;
+    if (m_phase != Phase::loading && !m_inFlight)
+        return;
     const Clock::time_point now = Clock::now();
-    if (busy && now >= m_deadline)
-        showCard("took longer than " + inSeconds(now >= m_loadEnds ? m_wholeLimit : m_limit) +
+    const std::chrono::nanoseconds used = m_processor.read();
+    for (WorkLimit* limit : {&m_loadLimit, &m_stepLimit}) {
+        if (!limit->isOver(now, used))
+            continue;
+        showCard("took longer than " + inSeconds(limit->passed()) +
                  (m_phase == Phase::loading ? " to read" : " to draw"));
+        return;
+    }
 }
 
 void Session::rendererLost(const char* fault)
@@ -180,13 +191,15 @@ void Session::rendererLost(const char* fault)
             leftOut = "; shown without the environment picture " + fileName(suspect);
         }
     }
+    if (end.by_shader_cache)
+        leftOut += "; others go without the graphics driver's shader cache";
     if (wasBusy) {
         if (++m_failures >= kTriesOfOneRequest) {
             showCard("cannot be shown: the renderer " + words + " twice");
             return;
         }
         // Textures are what importers die of most. Pictures of a model once shown stay the same.
-        m_withoutTextures = m_withoutTextures || (!firstDrawDone && (fault || end.isCrash()));
+        m_withoutTextures = m_withoutTextures || (!firstDrawDone && !end.by_shader_cache && (fault || end.isCrash()));
     } else {
         const Clock::time_point now = Clock::now();
         if (now - m_idleLossesSince > kIdleLossWindow) {
@@ -211,6 +224,7 @@ void Session::rendererLost(const char* fault)
 
 void Session::dropRenderer()
 {
+    m_processor.follow(0);
     m_renderer.reset();
     m_inFlight.reset();
     const std::lock_guard lock(m_mutex);

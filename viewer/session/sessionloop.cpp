@@ -61,10 +61,12 @@ void Session::beginLoad()
 {
     if (m_phase != Phase::empty)
         return;
+    PictureSize size;
     {
         const std::lock_guard lock(m_mutex);
         if (!m_context || !m_deliveries.needsPicture(protocol::Quality::final))
             return;
+        size = m_fit;
     }
     std::uint64_t fileBytes = 0;
     if (const std::string fault = faultOfFile(m_path, fileBytes); !fault.empty()) {
@@ -82,21 +84,21 @@ void Session::beginLoad()
         return;
     }
     m_phase = Phase::loading;
-    m_limit = loadLimit(fileBytes);
+    m_patience = loadLimit(fileBytes);
     if (m_failures == 0) {
         m_bestPercent = -1;
-        m_wholeLimit = wholeLimit(fileBytes);
-        m_loadEnds = Clock::now() + m_wholeLimit;
-        giveTime();
+        m_loadLimit = {wholeLimit(fileBytes) + extraForPicture(size.width, size.height), Clock::now(),
+                       m_processor.read()};
+        giveTime(m_patience);
     }
     const protocol::LoadRequest load{m_path, m_format, m_withoutTextures, false, m_memory.size()};
     // A renderer that has gone shows in the next pass, when its answers are read.
     m_renderer->channel().send(protocol::encode(protocol::Request(load)), m_memory.descriptor());
 }
 
-void Session::giveTime()
+void Session::giveTime(milliseconds time)
 {
-    m_deadline = std::min(Clock::now() + m_limit, m_loadEnds);
+    m_stepLimit = {time, Clock::now(), m_processor.read()};
 }
 
 void Session::advanceTurntable()
@@ -146,7 +148,7 @@ void Session::beginPicture()
         m_inFlight = InFlight{picture.serial, m_deliveries.wanted(), picture.quality, !m_settings.enable_sky,
                               picture.settings.hdr_path};
     }
-    giveTime();
+    giveTime(m_patience + extraForPicture(picture.width, picture.height));
     m_renderer->channel().send(protocol::encode(protocol::Request(picture)));
 }
 
@@ -217,7 +219,7 @@ milliseconds Session::timeToWait()
     };
     const bool busy = m_phase == Phase::loading || m_inFlight;
     if (busy)
-        until(m_deadline);
+        until(std::min(m_stepLimit.nextLook(), m_loadLimit.nextLook()));
     if (m_gesture && !m_inFlight && wantedQuality() == protocol::Quality::draft)
         until(m_lastInput + limits().hand_rests);
     const bool turning = m_phase == Phase::ready && isTurning();

@@ -3,17 +3,10 @@
 
 #include "host/framework/framework.h"
 #include "require.h"
+#include "src/plugin/ov3dobject_shared_global.h"
 
 #include <QApplication>
-
-extern int g_progress;
-extern void* g_match;
-extern void (*g_run_view)(int argc, const char** argv, void* ctx);
-extern unsigned char* g_3d_handle;
-void* createObject_ov3dobject(int, int, bool);
-void SetRunHandle(void (*run)(int, const char**, void*));
-void render3DObject(char* arg, QImage& image, int width, int height);
-int getOpenglMatch();
+#include <QImage>
 
 int main(int argc, char** argv)
 {

@@ -1,28 +1,11 @@
-#include "src/plugin/ov3dobject.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/singleitemtestbase.h"
 #include "tests/support/testmain.h"
 
-#include <optional>
-
-class BelongDocTest : public TestBase
+class BelongDocTest : public SingleItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture.emplace();
-        m_item = m_fixture->createItem();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void freshItemBelongsToNoDocument() { QVERIFY(!m_item->m_belongDoc); }
 
     void thePagesDocumentIsTaken()
@@ -85,8 +68,6 @@ private Q_SLOTS:
 private:
     DocumentStub m_other;
     PageStub m_page;
-    std::optional<ItemFixture> m_fixture;
-    COv3DObject* m_item = nullptr;
 };
 
 OV3D_TEST_MAIN(BelongDocTest)

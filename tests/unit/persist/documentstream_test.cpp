@@ -1,13 +1,11 @@
 #include "src/plugin/ov3dobject.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 #include "tests/unit/persist/loadprobe.h"
+#include "tests/unit/persist/rectrecorder.h"
 #include "tests/unit/persist/settingsblocks.h"
 
 #include <QDataStream>
-
-#include <optional>
 
 namespace {
 
@@ -33,24 +31,16 @@ QByteArray savedBytes(COVRootObject& item)
 
 } // namespace
 
-class DocumentStreamTest : public TestBase
+class DocumentStreamTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        TestBase::init();
-        m_fixture.emplace();
-        m_item = new LoadProbe;
+        ItemTestBase::init();
+        m_item = m_fixture->adopt(new LoadProbe);
         ItemFixture::deliverPosted();
-    }
-
-    void cleanup()
-    {
-        m_fixture->release(m_item);
-        m_fixture.reset();
-        TestBase::cleanup();
     }
 
     void streamCarriesTheBaseWithTheModelPathAndNothingElse_data()
@@ -77,11 +67,7 @@ private Q_SLOTS:
         m_item->m_modelPath = QStringLiteral("/x/m.glb");
         const QByteArray before = savedBytes(*m_item);
         const SettingsBlocks unusual = unusualSettings();
-        m_item->m_viewSettings = unusual.view;
-        m_item->m_displaySettings = unusual.display;
-        m_item->m_materialSettings = unusual.material;
-        m_item->m_lightingSettings = unusual.lighting;
-        m_item->m_cameraSettings = unusual.camera;
+        unusual.putInto(*m_item);
         m_item->m_context.scene_status.focal_point[0] = 3.0;
         QCOMPARE(savedBytes(*m_item), before);
     }
@@ -103,20 +89,14 @@ private Q_SLOTS:
         saved->m_modelPath = QStringLiteral("/x/m.glb");
         saved->setObjRect(QRectF(1, 2, 3, 4));
         QDataStream stream(savedBytes(*saved));
-        int rects = 0;
-        QObject receiver;
-        QObject::connect(CObjectNotifier::GetInstance(), &CObjectNotifier::objRectChanged, &receiver,
-                         [&](COVRootObject* item, const QRectF& rect) {
-                             if (item == m_item && rect == QRectF(1, 2, 3, 4))
-                                 ++rects;
-                         });
+        const RectRecorder recorder(m_item);
         QVERIFY(m_item->load(stream));
         ItemFixture::deliverPosted();
         QVERIFY(stream.atEnd());
         QCOMPARE(m_item->m_modelPath, QStringLiteral("/x/m.glb"));
         QCOMPARE(m_item->loads, QStringList{QStringLiteral("/x/m.glb")});
         QVERIFY(m_item->wasMarkedLoaded);
-        QCOMPARE(rects, 1);
+        QCOMPARE(recorder.rects.count(QRectF(1, 2, 3, 4)), 1);
         QCOMPARE(m_item->getObjRect(), QRectF(1, 2, 3, 4));
     }
 
@@ -162,11 +142,7 @@ private Q_SLOTS:
     void loadTouchesNoSetting()
     {
         const SettingsBlocks unusual = unusualSettings();
-        m_item->m_viewSettings = unusual.view;
-        m_item->m_displaySettings = unusual.display;
-        m_item->m_materialSettings = unusual.material;
-        m_item->m_lightingSettings = unusual.lighting;
-        m_item->m_cameraSettings = unusual.camera;
+        unusual.putInto(*m_item);
         PlainItem plain;
         QDataStream stream(savedBytes(plain));
         m_item->load(stream);
@@ -198,7 +174,6 @@ private Q_SLOTS:
     }
 
 private:
-    std::optional<ItemFixture> m_fixture;
     LoadProbe* m_item = nullptr;
 };
 

@@ -1,10 +1,10 @@
 #include "src/plugin/ov3dobject.h"
 #include "src/plugin/ov3dobject_shared_global.h"
 #include "src/render/drawbyopengl.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/itemtestbase.h"
 #include "tests/support/testmain.h"
 #include "tests/unit/persist/loadprobe.h"
+#include "tests/unit/persist/rectrecorder.h"
 #include "tests/unit/persist/settingsblocks.h"
 
 #include <QDir>
@@ -12,8 +12,6 @@
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonObject>
-
-#include <optional>
 
 namespace {
 
@@ -59,24 +57,16 @@ struct UnpackingDocument : IOvDocument
 
 } // namespace
 
-class LoadJsonTest : public TestBase
+class LoadJsonTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        TestBase::init();
-        m_fixture.emplace();
-        m_item = new LoadProbe;
+        ItemTestBase::init();
+        m_item = m_fixture->adopt(new LoadProbe);
         ItemFixture::deliverPosted();
-    }
-
-    void cleanup()
-    {
-        m_fixture->release(m_item);
-        m_fixture.reset();
-        TestBase::cleanup();
     }
 
     // Whatever was saved
@@ -98,16 +88,13 @@ private Q_SLOTS:
         QFETCH(QJsonObject, object);
         const QJsonObject before = object;
         m_item->m_modelPath = QStringLiteral("/kept/m.stl");
-        int rects = 0;
-        QObject receiver;
-        QObject::connect(CObjectNotifier::GetInstance(), &CObjectNotifier::objRectChanged, &receiver,
-                         [&](COVRootObject* item, const QRectF&) { rects += item == m_item ? 1 : 0; });
+        const RectRecorder recorder(m_item);
         QVERIFY(m_item->loadJson(object));
         ItemFixture::deliverPosted();
         QCOMPARE(m_item->loads, QStringList{QStringLiteral("/kept/m.stl")});
         QVERIFY(m_item->wasMarkedLoaded);
         QVERIFY(m_item->isLoadedFlag());
-        QCOMPARE(rects, 1);
+        QCOMPARE(recorder.rects.size(), 1);
         QVERIFY(m_fixture->document.transfers.isEmpty());
         QVERIFY(!m_item->m_viewSettingsLoaded);
         QCOMPARE(object, before);
@@ -122,23 +109,18 @@ private Q_SLOTS:
 
     void rectangleIsAnnouncedBeforeTheModelIsLoaded()
     {
-        int rects = 0;
-        int rectsAtLoad = 0;
-        QObject receiver;
-        QObject::connect(CObjectNotifier::GetInstance(), &CObjectNotifier::objRectChanged, &receiver,
-                         [&](COVRootObject* item, const QRectF& rect) {
-                             if (item == m_item && rect == QRectF(11, 12, 13, 14))
-                                 ++rects;
-                         });
+        const QRectF announced(11, 12, 13, 14);
+        const RectRecorder recorder(m_item);
+        int timesAtLoad = 0;
         m_item->onLoad = [&] {
             ItemFixture::deliverPosted();
-            rectsAtLoad = rects;
+            timesAtLoad = recorder.rects.count(announced);
         };
         QJsonObject object{{QStringLiteral("obj_rect"), QJsonArray{11, 12, 13, 14}}};
         m_item->loadJson(object);
         ItemFixture::deliverPosted();
-        QCOMPARE(rectsAtLoad, 1);
-        QCOMPARE(rects, 1);
+        QCOMPARE(timesAtLoad, 1);
+        QCOMPARE(recorder.rects.count(announced), 1);
     }
 
     void failedLoadIsStillASuccess()
@@ -327,28 +309,23 @@ private Q_SLOTS:
 
     void settingsComeBackBeforeTheModelIsLoaded()
     {
-        const QString path = m_fixture->writeFile(QStringLiteral("x_view.json"), "{\"view_type\":4,\"point_size\":5}");
         bool wasSet = false;
         m_item->onLoad = [&] { wasSet = m_item->m_viewSettingsLoaded && m_item->m_viewSettings.view_type == 4; };
-        QJsonObject object = savesOf({{path}});
-        m_item->loadJson(object);
+        loadSettings(QStringLiteral("x_view.json"), "{\"view_type\":4,\"point_size\":5}");
         QVERIFY(wasSet);
         QCOMPARE(m_item->m_materialSettings.point_size, 5);
     }
 
     void anyFileWithTheSuffixIsRead()
     {
-        const QString path = m_fixture->writeFile(QStringLiteral("other.json"), "{\"view_type\":4}");
-        QJsonObject object = savesOf({{path}});
-        m_item->loadJson(object);
+        loadSettings(QStringLiteral("other.json"), "{\"view_type\":4}");
         QCOMPARE(m_item->m_viewSettings.view_type, 4);
+        QVERIFY(m_item->m_viewSettingsLoaded);
     }
 
     void suffixInUpperCaseIsNotRead()
     {
-        const QString path = m_fixture->writeFile(QStringLiteral("x_view.JSON"), "{\"view_type\":4}");
-        QJsonObject object = savesOf({{path}});
-        m_item->loadJson(object);
+        loadSettings(QStringLiteral("x_view.JSON"), "{\"view_type\":4}");
         QCOMPARE(m_item->m_viewSettings.view_type, 0);
         QVERIFY(!m_item->m_viewSettingsLoaded);
     }
@@ -366,10 +343,7 @@ private Q_SLOTS:
     {
         ItemFixture::makeReady(m_item);
         const QStringList before = SettingsBlocks::ofContext(*m_item).lines();
-        const QString path = m_fixture->writeFile(QStringLiteral("x_view.json"),
-                                                  "{\"view_type\":4,\"hdr_map\":0,\"camera_position\":[1,2,3]}");
-        QJsonObject object = savesOf({{path}});
-        m_item->loadJson(object);
+        loadSettings(QStringLiteral("x_view.json"), "{\"view_type\":4,\"hdr_map\":0,\"camera_position\":[1,2,3]}");
         QCOMPARE(SettingsBlocks::ofContext(*m_item).lines(), before);
         QCOMPARE(m_item->m_viewSettings.view_type, 4);
         QVERIFY(!m_item->m_lightingSettings.hdr_map);
@@ -383,11 +357,7 @@ private Q_SLOTS:
     {
         COv3DObject* saved = m_fixture->createItem();
         const SettingsBlocks unusual = unusualSettings();
-        saved->m_viewSettings = unusual.view;
-        saved->m_displaySettings = unusual.display;
-        saved->m_materialSettings = unusual.material;
-        saved->m_lightingSettings = unusual.lighting;
-        saved->m_cameraSettings = unusual.camera;
+        unusual.putInto(*saved);
         saved->m_image = picture();
         saved->m_context.scene_status.focal_point[1] = 0.1;
         saved->m_modelPath = m_fixture->writeFile(QStringLiteral("m/m.stl"));
@@ -430,6 +400,13 @@ private Q_SLOTS:
     }
 
 private:
+    /// Loads a save of one file, with this name and text.
+    void loadSettings(const QString& name, const QByteArray& text)
+    {
+        QJsonObject object = savesOf({{m_fixture->writeFile(name, text)}});
+        m_item->loadJson(object);
+    }
+
     static QImage picture()
     {
         QImage image(4, 3, QImage::Format_ARGB32);
@@ -438,7 +415,6 @@ private:
         return image;
     }
 
-    std::optional<ItemFixture> m_fixture;
     LoadProbe* m_item = nullptr;
 };
 

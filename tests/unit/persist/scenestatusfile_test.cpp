@@ -1,6 +1,7 @@
 #include "src/plugin/ov3dobject.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/filecontent.h"
+#include "tests/support/itemtestbase.h"
+#include "tests/support/mutexprobe.h"
 #include "tests/support/testmain.h"
 #include "tests/unit/persist/loadprobe.h"
 #include "tests/unit/persist/propertystream.h"
@@ -13,7 +14,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <optional>
 
 namespace {
 
@@ -22,14 +22,6 @@ const QString kRefusal = QStringLiteral("Failed to open file for writing");
 constexpr std::size_t kBegin = offsetof(ViewContext, scene_status);
 constexpr std::size_t kFileBytes = 384;
 constexpr int kRestoredBytes = 378; ///< the rest of a record is padding, which is not taken back
-
-bool isFree(QMutex& mutex)
-{
-    const bool free = mutex.tryLock();
-    if (free)
-        mutex.unlock();
-    return free;
-}
 
 QByteArray bytesOf(const ViewContext& context, std::size_t begin, std::size_t end)
 {
@@ -47,25 +39,15 @@ QByteArray recordFrom(int first)
 
 } // namespace
 
-class SceneStatusFileTest : public TestBase
+class SceneStatusFileTest : public ItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        TestBase::init();
-        m_fixture.emplace();
-        m_item = new LoadProbe;
-    }
-
-    void cleanup()
-    {
-        if (m_item)
-            m_fixture->release(m_item);
-        m_item = nullptr;
-        m_fixture.reset();
-        TestBase::cleanup();
+        ItemTestBase::init();
+        m_item = m_fixture->adopt(new LoadProbe);
     }
 
     // Writing
@@ -246,7 +228,6 @@ private Q_SLOTS:
         save();
         ItemFixture::makeReady(m_item);
         m_fixture->release(m_item);
-        m_item = nullptr;
         QCOMPARE(m_fixture->viewer.callsWithOp(kOperationStop).size(), std::size_t(1));
     }
 
@@ -370,17 +351,12 @@ private:
 
     static int refusals() { return messages().count(kRefusal); }
 
-    [[nodiscard]] QByteArray statusFile() const
-    {
-        QFile file(m_fixture->folder() + QStringLiteral("m.opt"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    [[nodiscard]] QByteArray statusFile() const { return contentOf(m_fixture->folder() + QStringLiteral("m.opt")); }
 
     /// A folder stands where the file would be: not even an administrator can write it.
     void blockStatusFile() { QVERIFY(QDir(m_fixture->folder()).mkdir(QStringLiteral("m.opt"))); }
     void unblockStatusFile() { QVERIFY(QDir(m_fixture->folder()).rmdir(QStringLiteral("m.opt"))); }
 
-    std::optional<ItemFixture> m_fixture;
     LoadProbe* m_item = nullptr;
 };
 

@@ -29,6 +29,16 @@ struct SettingsBlocks
                 *context.lighting_settings, *context.camera_settings};
     }
 
+    /// Makes them an item's own.
+    void putInto(COv3DObject& item) const
+    {
+        item.m_viewSettings = view;
+        item.m_displaySettings = display;
+        item.m_materialSettings = material;
+        item.m_lightingSettings = lighting;
+        item.m_cameraSettings = camera;
+    }
+
     /// Every field on a line of its own, numbers with all their digits.
     [[nodiscard]] QStringList lines() const
     {

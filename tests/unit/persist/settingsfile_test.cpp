@@ -109,7 +109,7 @@ private Q_SLOTS:
         QCOMPARE(changedLines(complete.lines(), lacking.lines()), QStringList{QString::fromLatin1(key) + "=0"});
     }
 
-    void wholeNumbersAlone_data()
+    void onlyWholeNumbersAreRead_data()
     {
         QTest::addColumn<QByteArray>("value");
         QTest::addColumn<int>("number");
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QTest::newRow("an object") << QByteArray("{\"a\":5}") << 0;
     }
 
-    void wholeNumbersAlone()
+    void onlyWholeNumbersAreRead()
     {
         QFETCH(QByteArray, value);
         QFETCH(int, number);
@@ -217,11 +217,7 @@ private Q_SLOTS:
         ItemFixture fixture;
         COv3DObject* item = fixture.createItem();
         SettingsBlocks expected = unusualSettings();
-        item->m_viewSettings = expected.view;
-        item->m_displaySettings = expected.display;
-        item->m_materialSettings = expected.material;
-        item->m_lightingSettings = expected.lighting;
-        item->m_cameraSettings = expected.camera;
+        expected.putInto(*item);
         SettingsBlocks blocks = unusualSettings();
         QVERIFY(read(item->buildViewCommand().toUtf8(), blocks));
         expected.display.light_profile = 0;

@@ -1,7 +1,6 @@
-#include "src/plugin/ov3dobject.h"
 #include "src/render/handshake.h"
-#include "tests/support/itemfixture.h"
-#include "tests/support/testbase.h"
+#include "tests/support/recordedsleeps.h"
+#include "tests/support/singleitemtestbase.h"
 #include "tests/support/testmain.h"
 #include "tests/unit/persist/propertystream.h"
 #include "tests/unit/persist/settingsblocks.h"
@@ -10,8 +9,6 @@
 #include <QThread>
 
 #include <cstring>
-#include <functional>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -21,51 +18,24 @@ constexpr int kParams = 101;
 constexpr int kCode = 4711;
 constexpr std::size_t kMostSleeps = 6001;
 
-/// The sleeps that the code under test asks for, while a test records them instead of sleeping.
-struct RecordedSleeps
-{
-    std::vector<unsigned long> milliseconds;
-    std::function<void(std::size_t count)> onSleep;
-};
-
-thread_local RecordedSleeps* t_sleeps = nullptr;
-
 } // namespace
 
-// Stands in for Qt's own in this program, so that a wait of a minute can be counted instead of waited for. All other
-// threads, and this one outside a recording, really sleep.
-void QThread::msleep(unsigned long milliseconds)
-{
-    if (!t_sleeps) {
-        QThread::usleep(milliseconds * 1000);
-        return;
-    }
-    t_sleeps->milliseconds.push_back(milliseconds);
-    if (t_sleeps->onSleep)
-        t_sleeps->onSleep(t_sleeps->milliseconds.size());
-}
-
-class ViewerCommandTest : public TestBase
+class ViewerCommandTest : public SingleItemTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
-
     void init()
     {
-        TestBase::init();
-        m_fixture.emplace();
-        m_item = m_fixture->createItem();
+        SingleItemTestBase::init();
         ItemFixture::makeReady(m_item);
         m_sleeps = {};
     }
 
     void cleanup()
     {
-        m_fixture.reset();
         QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-        TestBase::cleanup();
+        SingleItemTestBase::cleanup();
     }
 
     // The answer
@@ -287,14 +257,10 @@ private:
     bool sendText(const QString& text)
     {
         QDataStream in(streamOfText(text));
-        t_sleeps = &m_sleeps;
-        const bool answer = m_item->SetSpecialProperty(kParams, in, false);
-        t_sleeps = nullptr;
-        return answer;
+        const SleepRecording recording(m_sleeps);
+        return m_item->SetSpecialProperty(kParams, in, false);
     }
 
-    std::optional<ItemFixture> m_fixture;
-    COv3DObject* m_item = nullptr;
     RecordedSleeps m_sleeps;
     std::thread m_answering;
 };

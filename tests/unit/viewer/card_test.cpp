@@ -88,6 +88,8 @@ private Q_SLOTS:
         const QRgb border = image.pixel(0, 0);
         for (int x = 0; x < 64; ++x)
             QCOMPARE(image.pixel(x, 47), border);
+        for (int y = 0; y < 48; ++y)
+            QCOMPARE(image.pixel(63, y), border);
     }
 
     void everySizeFromTheSmallestHasNameReasonAndBorder()
@@ -146,7 +148,13 @@ private Q_SLOTS:
         QVERIFY(here.pixels == there.pixels);
     }
 
-    void namesOfAnyBytesAreDrawn() { QVERIFY(!drawCard({200, 150}, "\xff\xfe\x01.glb", "\xff").pixels.empty()); }
+    void namesOfAnyBytesAreDrawn()
+    {
+        const Card card = drawCard({200, 150}, "\xff\xfe\x01.glb", "is empty");
+        QVERIFY(inkOf(toImage(card)) > 20);
+        QVERIFY(card.pixels != drawCard({200, 150}, "\xff\xfe\x01.fbx", "is empty").pixels);
+        QVERIFY(inkOf(toImage(drawCard({200, 150}, "a.glb", "\xff"))) > 20);
+    }
 
     void jsonTextIsValidForAnyBytes()
     {

@@ -9,7 +9,6 @@
 #include "viewer/session/rendererpool.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -41,19 +40,13 @@ void recordEvent(const char* json)
     g_events << QString::fromUtf8(json);
 }
 
-template <typename Function> qint64 timed(Function function)
-{
-    QElapsedTimer timer;
-    timer.start();
-    function();
-    return timer.elapsed();
-}
+constexpr std::size_t kGuardBytes = 4096;
+constexpr unsigned char kGuard = 0xC3;
 
 } // namespace
 
 FakeHost::FakeHost(const QString& modelPath, int width, int height)
     : m_context(std::make_unique<ViewContext>())
-    , m_buffer(static_cast<std::size_t>(std::max(0, width)) * static_cast<std::size_t>(std::max(0, height)) * 8)
     , m_ended(std::make_shared<std::atomic<bool>>(true))
 {
     std::memset(static_cast<void*>(m_context.get()), 0, sizeof(ViewContext));
@@ -62,6 +55,10 @@ FakeHost::FakeHost(const QString& modelPath, int width, int height)
     m_context->model_format = kFormatGlb;
     m_context->result = -1;
     setModelPath(modelPath);
+    if (width > 0 && height > 0) {
+        m_buffer.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 8);
+        m_buffer.resize(m_buffer.size() + kGuardBytes, kGuard);
+    }
 }
 
 FakeHost::~FakeHost()
@@ -81,6 +78,11 @@ void FakeHost::setModelPath(const QString& path)
 
 void FakeHost::start()
 {
+    start(recordProgress);
+}
+
+void FakeHost::start(ProgressCallback callback)
+{
     ViewContext& c = *m_context;
     c.op = kOperationStart;
     {
@@ -96,7 +98,7 @@ void FakeHost::start()
     c.lighting_settings = &lighting;
     c.camera_settings = &camera;
     storeRelease(c.first_draw, std::uint8_t{0});
-    c.progress_callback = recordProgress;
+    c.progress_callback = callback;
     const auto before = Registry::instance().find(&c);
     m_ended = std::make_shared<std::atomic<bool>>(false);
     m_threads.emplace_back([&c, ended = m_ended] {
@@ -110,13 +112,13 @@ void FakeHost::start()
     });
 }
 
-qint64 FakeHost::call(int op)
+void FakeHost::call(int op)
 {
     m_context->op = op;
-    return timed([this] { ov3dViewer(0, nullptr, m_context.get()); });
+    ov3dViewer(0, nullptr, m_context.get());
 }
 
-qint64 FakeHost::mouse(int type, int x, int y, int button)
+void FakeHost::mouse(int type, int x, int y, int button)
 {
     ViewContext& c = *m_context;
     c.mouse_type = type;
@@ -128,7 +130,7 @@ qint64 FakeHost::mouse(int type, int x, int y, int button)
     c.mouse_count = 1;
     c.wheel_dx = 0;
     c.wheel_dy = type == kMouseWheel ? 2.0f : 0.0f;
-    return call(kOperationInput);
+    call(kOperationInput);
 }
 
 void FakeHost::resize(int width, int height)
@@ -153,9 +155,9 @@ int FakeHost::waitForResult(int timeoutMs)
     return loadAcquire(m_context->result);
 }
 
-qint64 FakeHost::stop()
+void FakeHost::stop()
 {
-    return call(kOperationStop);
+    call(kOperationStop);
 }
 
 bool FakeHost::isFirstDrawDone() const
@@ -228,6 +230,12 @@ std::vector<int> FakeHost::progress() const
 QByteArray FakeHost::fileList() const
 {
     return {m_context->file_list, static_cast<int>(strnlen(m_context->file_list, sizeof m_context->file_list))};
+}
+
+bool FakeHost::isBufferIntact() const
+{
+    return m_buffer.size() < kGuardBytes ||
+           std::all_of(m_buffer.end() - kGuardBytes, m_buffer.end(), [](unsigned char byte) { return byte == kGuard; });
 }
 
 ViewerFixture::ViewerFixture()

@@ -46,17 +46,20 @@ public:
     CameraSettings camera;
 
     void setModelPath(const QString& path);
-    /// Starts a run on a thread of its own; returns once the session takes requests.
+    using ProgressCallback = decltype(ViewContext::progress_callback);
+    /// Starts a run on a thread of its own; returns once the session takes requests. Progress is recorded, or told to
+    /// the callback.
     void start();
-    /// A synchronous call with this operation code; returns the milliseconds that it took.
-    qint64 call(int op);
-    qint64 mouse(int type, int x, int y, int button = 1);
+    void start(ProgressCallback callback);
+    /// A synchronous call with this operation code.
+    void call(int op);
+    void mouse(int type, int x, int y, int button = 1);
     void resize(int width, int height);
     /// Sends a command, `text` cut to what the field holds. @return `result` as the call left it
     int command(int code, const QByteArray& text);
     /// Waits for the answer to the last command. @return `result`
     int waitForResult(int timeoutMs = 10000);
-    qint64 stop();
+    void stop();
 
     [[nodiscard]] bool isFirstDrawDone() const;
     bool waitForFirstDraw(int timeoutMs = 10000);
@@ -73,10 +76,12 @@ public:
     [[nodiscard]] std::vector<int> progress() const;
     [[nodiscard]] QByteArray fileList() const;
     std::vector<unsigned char>& buffer() { return m_buffer; }
+    /// Whether the bytes behind the promised buffer are as they were at the beginning.
+    [[nodiscard]] bool isBufferIntact() const;
 
 private:
     std::unique_ptr<ViewContext> m_context;
-    std::vector<unsigned char> m_buffer;
+    std::vector<unsigned char> m_buffer;        ///< what is promised, and some bytes behind it; empty when nothing is
     std::vector<std::thread> m_threads;         ///< more than one when a run was started over another
     std::shared_ptr<std::atomic<bool>> m_ended; ///< of the newest
 };
@@ -90,6 +95,8 @@ public:
 
     /// Makes a file of that name; its length is `bytes`.
     QString model(const QString& name, int bytes = 100);
+    /// A model that the renderer reads and draws at once.
+    QString plainModel() { return model(QStringLiteral("plain.glb")); }
     /// What the renderers of a model were asked, a line a request.
     [[nodiscard]] static QStringList log(const QString& modelPath);
     [[nodiscard]] static int count(const QString& modelPath, const QString& lineStart);

@@ -1,6 +1,6 @@
-#include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
-#include "tests/unit/viewer/fakehost.h"
+#include "tests/unit/viewer/requestedpicture.h"
+#include "tests/unit/viewer/sessiontestbase.h"
 #include "viewer/protocol/messages.h"
 #include "viewer/session/commands.h"
 #include "viewer/session/limits.h"
@@ -19,43 +19,26 @@ using namespace ov3d;
 
 namespace {
 
-constexpr int kDone = 0;
 constexpr std::array<int, 3> kKey{92, 238, 20};
 
-struct Picture
+RequestedPicture draw(const QJsonObject& request, int width, int height)
 {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint8_t> bytes;
-
-    [[nodiscard]] std::array<int, 3> at(int x, int y) const
-    {
-        const auto i =
-            (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
-        return {bytes[i], bytes[i + 1], bytes[i + 2]};
-    }
-};
-
-Picture draw(const QJsonObject& request, int width, int height)
-{
-    Picture picture{width, height, std::vector<std::uint8_t>(static_cast<std::size_t>(width * height * 3))};
-    QByteArray text = QJsonDocument(request).toJson();
-    ov3dViewerRenderImage(text.data(), picture.bytes.data(), width, height);
+    RequestedPicture picture(width, height);
+    picture.draw(QJsonDocument(request).toJson());
     return picture;
 }
 
 } // namespace
 
 /// The session and the real renderer together: what scripted pictures cannot show.
-class RealRendererTest : public TestBase
+class RealRendererTest : public SessionTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        TestBase::init();
-        m_fixture = std::make_unique<ViewerFixture>();
+        SessionTestBase::init();
         qputenv("OV3D_RENDERER", REAL_RENDERER);
         QFile file(m_fixture->path(QStringLiteral("box.obj")));
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -64,19 +47,13 @@ private Q_SLOTS:
         m_model = file.fileName();
     }
 
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void backgroundIsTheKeyColourUnlessItIsChosen()
     {
-        const Picture keyed = draw({{QStringLiteral("model"), m_model}}, 201, 150);
+        const RequestedPicture keyed = draw({{QStringLiteral("model"), m_model}}, 201, 150);
         QCOMPARE(keyed.at(0, 0), kKey);
         QVERIFY(keyed.at(100, 75) != kKey);
         const QJsonObject white{{QStringLiteral("bg_color"), QJsonArray{1, 1, 1}}};
-        const Picture opaque =
+        const RequestedPicture opaque =
             draw({{QStringLiteral("model"), m_model}, {QStringLiteral("settings"), white}}, 201, 150);
         QCOMPARE(opaque.at(0, 0), (std::array<int, 3>{255, 255, 255}));
         QVERIFY(opaque.at(100, 75) != opaque.at(0, 0));
@@ -101,10 +78,10 @@ private Q_SLOTS:
         session::Limits limits;
         limits.tile_side = side;
         session::setLimits(limits);
-        const Picture tiled = draw(request, width, height);
+        const RequestedPicture tiled = draw(request, width, height);
         limits.tile_side = std::max(width, height);
         session::setLimits(limits);
-        const Picture whole = draw(request, width, height);
+        const RequestedPicture whole = draw(request, width, height);
         QVERIFY(tiled.bytes == whole.bytes);
         QVERIFY(tiled.at(width / 2, height / 2) != kKey);
     }
@@ -121,11 +98,13 @@ private Q_SLOTS:
         QJsonArray status;
         for (const double value : doubles)
             status << value;
-        const Picture picture = draw({{QStringLiteral("model"), m_model},
-                                      {QStringLiteral("camera"), QJsonObject{{QStringLiteral("status"), status}}}},
-                                     200, 150);
+        const RequestedPicture picture =
+            draw({{QStringLiteral("model"), m_model},
+                  {QStringLiteral("camera"), QJsonObject{{QStringLiteral("status"), status}}}},
+                 200, 150);
         QCOMPARE(frame.width, 200);
-        QVERIFY(std::memcmp(frame.pixels.constData(), picture.bytes.data(), picture.bytes.size()) == 0);
+        QCOMPARE(frame.pixels.size(), 200 * 150 * 3); // 200 pixels need no padding
+        QVERIFY(std::memcmp(frame.pixels.constData(), picture.bytes.data(), 200 * 150 * 3) == 0);
     }
 
     void savedPictureIsTheFrameWithTheKeyColourTakenOut()
@@ -158,12 +137,7 @@ private Q_SLOTS:
         FakeHost host(m_model, 200, 150);
         host.context().model_format = kFormatObj;
         host.startAndSettle();
-        const QString path = m_fixture->path(QStringLiteral("facts.json"));
-        host.command(kCommandReportFacts, QFile::encodeName(path));
-        QCOMPARE(host.waitForResult(), kDone);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject facts = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonObject facts = factsOf(host);
         QCOMPARE(facts[QLatin1String("triangles")].toInt(), 12);
         const QJsonObject bounds = facts[QLatin1String("bounds")].toObject();
         QCOMPARE(bounds[QLatin1String("min")].toArray(), QJsonArray({-1, -1, -1}));
@@ -197,7 +171,6 @@ private Q_SLOTS:
     }
 
 private:
-    std::unique_ptr<ViewerFixture> m_fixture;
     QString m_model;
 };
 

@@ -1,74 +1,23 @@
-#include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
-#include "tests/unit/viewer/fakehost.h"
-#include "viewer/camera/orbit.h"
-#include "viewer/camera/scenestatus.h"
-#include "viewer/session/imagerequest.h"
+#include "tests/unit/viewer/requestedpicture.h"
+#include "tests/unit/viewer/sessiontestbase.h"
+#include "viewer/session/conversation.h"
 #include "viewer/session/limits.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cmath>
-#include <cstring>
-#include <numbers>
-#include <set>
+#include <algorithm>
+#include <array>
 #include <thread>
+#include <vector>
 
 using namespace ov3d::session;
 using namespace std::chrono_literals;
-namespace camera = ov3d::camera;
 
 namespace {
-
-constexpr std::uint8_t kGuard = 0xA5;
-
-/// A picture of that size, with some bytes behind it that nobody may touch.
-struct Picture
-{
-    Picture(int w, int h)
-        : width(w)
-        , height(h)
-        , bytes(static_cast<std::size_t>(w) * static_cast<std::size_t>(h) * 3 + 64, kGuard)
-    {
-    }
-
-    void draw(const QByteArray& request)
-    {
-        QByteArray text = request;
-        ov3dViewerRenderImage(text.data(), bytes.data(), width, height);
-    }
-
-    [[nodiscard]] bool isWithinBounds() const
-    {
-        return std::all_of(bytes.end() - 64, bytes.end(), [](std::uint8_t byte) { return byte == kGuard; });
-    }
-
-    [[nodiscard]] std::array<int, 3> at(int x, int y) const
-    {
-        const std::size_t i =
-            (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
-        return {bytes[i], bytes[i + 1], bytes[i + 2]};
-    }
-
-    /// A card is light, with something dark or red written on it; pictures of the scripted renderer have one colour.
-    [[nodiscard]] bool isCard() const
-    {
-        std::set<std::array<int, 3>> colours;
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                colours.insert(at(x, y));
-        const auto corner = at(1, 1);
-        return colours.size() >= 3 && corner[0] > 220 && corner[1] > 220 && corner[2] > 220;
-    }
-
-    int width;
-    int height;
-    std::vector<std::uint8_t> bytes;
-};
 
 QByteArray requestFor(const QString& model, QJsonObject others = {})
 {
@@ -76,55 +25,14 @@ QByteArray requestFor(const QString& model, QJsonObject others = {})
     return QJsonDocument(others).toJson();
 }
 
-QJsonObject object(const char* text)
-{
-    return QJsonDocument::fromJson(text).object();
-}
-
-camera::Angles anglesIn(const OV3DOBJECT::SceneStatus& status)
-{
-    camera::Angles angles = camera::anglesOf(camera::poseFromStatus(status));
-    angles.azimuth *= 180 / std::numbers::pi;
-    angles.elevation *= 180 / std::numbers::pi;
-    return angles;
-}
-
-ov3d::protocol::Loaded unitModel()
-{
-    ov3d::protocol::Loaded model;
-    model.radius = 1;
-    return model;
-}
-
-OV3DOBJECT::SceneStatus viewFor(const char* cameraText, int width = 400, int height = 300)
-{
-    QJsonObject members;
-    members[QLatin1String("camera")] = object(cameraText);
-    std::string fault;
-    const auto request = parseImageRequest(requestFor(QStringLiteral("/a.glb"), members).toStdString(), fault);
-    return request ? viewOf(*request, unitModel(), width, height) : OV3DOBJECT::SceneStatus{};
-}
-
 } // namespace
 
 /// Pictures without a session: the function for a host's off-screen rendering.
-class RenderImageTest : public TestBase
+class RenderImageTest : public SessionTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture = std::make_unique<ViewerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void functionFitsTheHostsHook()
     {
         void (*hook)(char* arg, unsigned char* pixels, int width, int height) = ov3dViewerRenderImage;
@@ -134,7 +42,7 @@ private Q_SLOTS:
     void rowsAreWrittenWithoutPadding()
     {
         const QString model = m_fixture->model(QStringLiteral("coordinates.glb"));
-        Picture picture(301, 7); // 903 bytes a row
+        RequestedPicture picture(301, 7); // 903 bytes a row
         picture.draw(requestFor(model));
         for (int y = 0; y < picture.height; ++y)
             for (int x = 0; x < picture.width; ++x)
@@ -162,7 +70,7 @@ private Q_SLOTS:
         limits.tile_side = side;
         setLimits(limits);
         const QString model = m_fixture->model(QStringLiteral("coordinates.glb"));
-        Picture picture(301, 25);
+        RequestedPicture picture(301, 25);
         picture.draw(requestFor(model));
         for (int y = 0; y < picture.height; ++y)
             for (int x = 0; x < picture.width; ++x)
@@ -176,130 +84,12 @@ private Q_SLOTS:
     void pictureOf4096By4096IsDrawn()
     {
         const QString model = m_fixture->model(QStringLiteral("coordinates.glb"));
-        Picture picture(4096, 4096);
+        RequestedPicture picture(4096, 4096);
         picture.draw(requestFor(model));
         for (const int place : {0, 2047, 2048, 4095})
             QCOMPARE(picture.at(4095, place), (std::array<int, 3>{255, place & 255, 15 + place / 256 * 16}));
         QVERIFY(picture.isWithinBounds());
         QCOMPARE(ViewerFixture::count(model, QStringLiteral("render 2048x2048 final")), 4);
-    }
-
-    void settingsReachTheRenderer()
-    {
-        std::string fault;
-        const QByteArray text = requestFor(QStringLiteral("/a/b.GLB"), {{QStringLiteral("settings"), object(R"({
-            "enable_sky": true, "enable_axis": 1, "enable_ground": true, "bg_color": [0, 0.5, 1], "light_profile": 3,
-            "material_type_a": 4, "material_type_b": 2, "material_color": [0.1, 0.2, 0.3], "material_update": true,
-            "point_size": 7, "raw_mode": true, "wireframe": true, "hdr_map": false, "hdr_map_type": 5,
-            "sun_follow": false, "ibl_intensity": 1000.5, "sun_intensity": 2e5, "sun_dir": [0, -1, 0],
-            "sun_color": [1, 0.5, 0], "ibl_enabled": false, "use_default_ibl": false, "sun_enabled": false,
-            "view_type": 6, "camera_id": 1, "camera_values": [0, 100, 90, -180], "camera_position": [0, 0.5, 0],
-            "something else": []})")}});
-        const auto request = parseImageRequest(text.toStdString(), fault);
-        QVERIFY2(request, fault.c_str());
-        QCOMPARE(request->model, std::string("/a/b.GLB"));
-        QCOMPARE(request->format, std::int32_t{kFormatGlb});
-        const ov3d::protocol::RenderSettings& s = request->settings;
-        QVERIFY(s.enable_sky && s.enable_axis && s.enable_ground && s.raw_mode && s.wireframe);
-        QVERIFY(!s.hdr_map && !s.sun_follow && !s.ibl_enabled && !s.use_default_ibl && !s.sun_enabled);
-        QVERIFY(s.bg_color[1] == 0.5f && s.material_color[2] == 0.3f && s.sun_dir[1] == -1.0f &&
-                s.sun_color[1] == 0.5f);
-        QCOMPARE(s.light_profile, 3);
-        QCOMPARE(s.material_type_a, 4);
-        QCOMPARE(s.material_type_b, 2);
-        QCOMPARE(s.point_size, 7);
-        QCOMPARE(s.hdr_map_type, 5);
-        QCOMPARE(s.ibl_intensity, 1000.5);
-        QCOMPARE(s.sun_intensity, 2e5);
-        const camera::Pose pose = camera::poseFromStatus(viewOf(*request, unitModel(), 100, 100));
-        QVERIFY(pose.parallel);
-        QVERIFY2(pose.backward.y == 1, "view_type 6 looks from above");
-        QCOMPARE(pose.focal_point.y, 0.5);
-    }
-
-    void absentSettingsAreTheDefaults()
-    {
-        std::string fault;
-        const auto request = parseImageRequest(R"({"model": "/a.glb"})", fault);
-        QVERIFY(request);
-        QVERIFY(request->settings == ov3d::protocol::RenderSettings{});
-        QCOMPARE(std::round(anglesIn(viewOf(*request, unitModel(), 100, 100)).azimuth), 30.0);
-    }
-
-    void cameraIsAViewOrAnglesOrAStatus()
-    {
-        QVERIFY(std::abs(anglesIn(viewFor(R"({"view": "back"})")).azimuth) > 179.999);
-        const camera::Angles angles = anglesIn(viewFor(R"({"azimuth": -75, "elevation": 12.5})"));
-        QVERIFY(std::abs(angles.azimuth + 75) < 1e-9 && std::abs(angles.elevation - 12.5) < 1e-9);
-        const camera::Angles flat = anglesIn(viewFor(R"({"azimuth": 200})"));
-        QVERIFY(std::abs(flat.azimuth + 160) < 1e-9 && std::abs(flat.elevation) < 1e-9);
-
-        const double fitted = viewFor(R"({"view": "front"})").projection[3];
-        const double nearer = viewFor(R"({"view": "front", "zoom": 2})").projection[3];
-        QVERIFY(std::abs(fitted / nearer - 2) < 1e-9);
-
-        const OV3DOBJECT::SceneStatus status = viewFor(R"({"azimuth": 33, "zoom": 1.5})");
-        double doubles[47];
-        std::memcpy(doubles, &status, sizeof doubles);
-        QJsonArray array;
-        for (const double value : doubles)
-            array << value;
-        const QByteArray text = QJsonDocument(QJsonObject{{QStringLiteral("status"), array}}).toJson();
-        const OV3DOBJECT::SceneStatus again = viewFor(text.constData(), 1000, 200);
-        QVERIFY2(std::memcmp(&again, &status, sizeof status) == 0, "to the bit, whatever the picture's size");
-    }
-
-    void malformedRequestSaysWhatIsWrong_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QString>("words");
-        const auto row = [](const char* name, const char* text, const char* words) {
-            QTest::newRow(name) << QByteArray(text) << QString::fromLatin1(words);
-        };
-        row("nothing", "", "no JSON object");
-        row("garbage", "draw it!", "no JSON object");
-        row("list", "[1]", "no JSON object");
-        row("no model", "{}", "without a model");
-        row("model that is no text", R"({"model": 3})", "\"model\" is not a text");
-        row("unknown format", R"({"model": "/a.x", "format": "dwg"})", "unknown format, \"dwg\"");
-        row("settings that are a list", R"({"model": "/a.x", "settings": []})", "\"settings\" is not an object");
-        row("flag that is a text", R"({"model": "/a.x", "settings": {"enable_sky": "yes"}})",
-            "\"enable_sky\" is not true or false");
-        row("fraction", R"({"model": "/a.x", "settings": {"point_size": 1.5}})",
-            "\"point_size\" is not a whole number");
-        row("integer beyond 32 bits", R"({"model": "/a.x", "settings": {"hdr_map_type": 3e9}})", "whole number");
-        row("short list", R"({"model": "/a.x", "settings": {"bg_color": [1, 2]}})", "a list of 3 numbers");
-        row("list of texts", R"({"model": "/a.x", "settings": {"sun_dir": ["a", "b", "c"]}})", "a list of 3 numbers");
-        row("environment", R"({"model": "/a.x", "settings": {"hdr_path": "/nowhere/b.hdr"}})", "b.hdr");
-        row("unknown view", R"({"model": "/a.x", "camera": {"view": "sideways"}})", "unknown view, \"sideways\"");
-        row("zoom of nothing", R"({"model": "/a.x", "camera": {"zoom": 0}})", "\"zoom\" that is not above 0");
-        row("angle that is a text", R"({"model": "/a.x", "camera": {"azimuth": "n"}})", "\"azimuth\" is not a number");
-        row("short status", R"({"model": "/a.x", "camera": {"status": [1, 2, 3]}})", "a list of 47 numbers");
-    }
-
-    void malformedRequestSaysWhatIsWrong()
-    {
-        QFETCH(QByteArray, text);
-        QFETCH(QString, words);
-        std::string fault;
-        QVERIFY(!parseImageRequest(text.toStdString(), fault));
-        QVERIFY2(QString::fromStdString(fault).contains(words), fault.c_str());
-        Picture picture(200, 150);
-        picture.draw(text);
-        QVERIFY(picture.isCard());
-        QVERIFY(picture.isWithinBounds());
-        QVERIFY(childProcesses().isEmpty());
-    }
-
-    void statusThatIsNoCameraIsRefused()
-    {
-        QJsonArray zeros;
-        for (int i = 0; i < 47; ++i)
-            zeros << 0;
-        std::string fault;
-        const QJsonObject members{{QStringLiteral("camera"), QJsonObject{{QStringLiteral("status"), zeros}}}};
-        QVERIFY(!parseImageRequest(requestFor(QStringLiteral("/a.glb"), members).toStdString(), fault));
-        QVERIFY(QString::fromStdString(fault).contains(QStringLiteral("no camera")));
     }
 
     void modelThatCannotBeShownBecomesACard_data()
@@ -321,11 +111,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QFETCH(int, loads);
-        Limits limits;
-        limits.load = 300ms;
-        setLimits(limits);
+        limitLoads(300ms);
         const QString model = m_fixture->model(name);
-        Picture picture(200, 150);
+        RequestedPicture picture(200, 150);
         picture.draw(requestFor(model));
         QVERIFY(picture.isCard());
         QVERIFY(picture.isWithinBounds());
@@ -333,10 +121,40 @@ private Q_SLOTS:
         QVERIFY(childProcesses().isEmpty());
     }
 
+    void loadThatOnlyCrawlsBecomesACard()
+    {
+        const QString model = m_fixture->model(QStringLiteral("drip.glb"));
+        RequestedPicture shown(200, 150);
+        shown.draw(requestFor(model));
+        QVERIFY(!shown.isCard());
+        limitLoads(500ms, 100ms); // the load takes more than a second, with progress every 60 ms
+        RequestedPicture picture(200, 150);
+        picture.draw(requestFor(model));
+        QVERIFY(picture.isCard());
+        QCOMPARE(ViewerFixture::count(model, QStringLiteral("load")), 2);
+        QVERIFY(childProcesses().isEmpty());
+    }
+
+    /// The whole limit, told by its number, ends a picture that the time without progress alone would allow.
+    void firstPictureBelongsToTheLoad()
+    {
+        limitLoads(5500ms, 1000ms); // and the load takes more than a second
+        const QByteArray model = m_fixture->model(QStringLiteral("drip hangpicture.glb")).toUtf8();
+        Conversation conversation(RendererProcess::start(), loadLimit(0));
+        ov3d::protocol::Loaded loaded;
+        QCOMPARE(conversation.load({model.toStdString(), kFormatGlb, false, false, 0}, -1, loaded),
+                 Conversation::Outcome::done);
+        ov3d::protocol::RenderRequest picture;
+        picture.width = 4;
+        picture.height = 4;
+        QCOMPARE(conversation.draw(picture), Conversation::Outcome::refused);
+        QCOMPARE(conversation.reason(), std::string("took longer than 7 seconds to draw"));
+    }
+
     void secondTryAfterACrashLeavesTheTexturesOut()
     {
         const QString model = m_fixture->model(QStringLiteral("crashloadonce.glb"));
-        Picture picture(64, 48);
+        RequestedPicture picture(64, 48);
         picture.draw(requestFor(model));
         QCOMPARE(picture.at(3, 3)[0], 200);
         QVERIFY(ViewerFixture::log(model).filter(QStringLiteral("load")).last().contains(QStringLiteral("textures=0")));
@@ -349,7 +167,7 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("#?RADIANCE");
         file.close();
-        Picture picture(64, 48);
+        RequestedPicture picture(64, 48);
         picture.draw(requestFor(
             model, {{QStringLiteral("settings"), QJsonObject{{QStringLiteral("hdr_path"), file.fileName()}}}}));
         QCOMPARE(picture.at(3, 3)[0], 200);
@@ -358,15 +176,19 @@ private Q_SLOTS:
         QVERIFY(drawn.first().endsWith(QStringLiteral("poison.hdr")) && !drawn.last().contains(QStringLiteral("hdr=")));
     }
 
-    void absentFileOrRendererBecomesACard()
+    void absentFileBecomesACard()
     {
-        Picture picture(200, 150);
+        RequestedPicture picture(200, 150);
         picture.draw(requestFor(QStringLiteral("/nowhere/none.glb")));
         QVERIFY(picture.isCard());
+    }
+
+    void absentRendererBecomesACard()
+    {
         qputenv("OV3D_RENDERER", "/nowhere/renderer");
-        Picture another(200, 150);
-        another.draw(requestFor(m_fixture->model(QStringLiteral("plain.glb"))));
-        QVERIFY(another.isCard());
+        RequestedPicture picture(200, 150);
+        picture.draw(requestFor(m_fixture->plainModel()));
+        QVERIFY(picture.isCard());
     }
 
     void cardOfAnySizeFillsThePicture_data()
@@ -384,9 +206,10 @@ private Q_SLOTS:
     {
         QFETCH(int, width);
         QFETCH(int, height);
-        Picture picture(width, height);
+        RequestedPicture picture(width, height);
         picture.draw("nonsense");
-        const auto untouched = std::array<int, 3>{kGuard, kGuard, kGuard};
+        const auto untouched = std::array<int, 3>{RequestedPicture::kUntouched, RequestedPicture::kUntouched,
+                                                  RequestedPicture::kUntouched};
         for (int y = 0; y < height; y += std::max(1, height / 50))
             for (int x = 0; x < width; x += std::max(1, width / 50))
                 QVERIFY(picture.at(x, y) != untouched);
@@ -395,26 +218,27 @@ private Q_SLOTS:
 
     void nothingIsDoneWithoutAPicture()
     {
-        std::vector<unsigned char> bytes(100, kGuard);
+        std::vector<unsigned char> bytes(100, RequestedPicture::kUntouched);
         char text[] = "{}";
         ov3dViewerRenderImage(text, nullptr, 4, 4);
         ov3dViewerRenderImage(text, bytes.data(), 0, 4);
         ov3dViewerRenderImage(text, bytes.data(), 4, -1);
-        QVERIFY(std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte == kGuard; }));
+        QVERIFY(std::all_of(bytes.begin(), bytes.end(),
+                            [](unsigned char byte) { return byte == RequestedPicture::kUntouched; }));
         ov3dViewerRenderImage(nullptr, bytes.data(), 4, 4);
-        QVERIFY(bytes[0] != kGuard);
+        QVERIFY(bytes[0] != RequestedPicture::kUntouched);
     }
 
     void picturesAreDrawnOnSeveralThreadsAtOnce()
     {
         const QString model = m_fixture->model(QStringLiteral("coordinates.glb"));
-        std::vector<Picture> pictures(4, Picture(64, 48));
+        std::vector<RequestedPicture> pictures(4, RequestedPicture(64, 48));
         std::vector<std::thread> threads;
-        for (Picture& picture : pictures)
+        for (RequestedPicture& picture : pictures)
             threads.emplace_back([&picture, text = requestFor(model)] { picture.draw(text); });
         for (std::thread& thread : threads)
             thread.join();
-        for (const Picture& picture : pictures)
+        for (const RequestedPicture& picture : pictures)
             QVERIFY(picture.bytes == pictures.front().bytes && picture.at(63, 47)[0] == 63);
     }
 
@@ -422,39 +246,13 @@ private Q_SLOTS:
     {
         ov3dViewerPrepare();
         const int spare = childProcesses().first();
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
-        Picture picture(64, 48);
+        const QString model = m_fixture->plainModel();
+        RequestedPicture picture(64, 48);
         picture.draw(requestFor(model));
         QCOMPARE(ViewerFixture::rendererOf(model), spare);
         QCOMPARE(childProcesses().size(), 1);
         QVERIFY(childProcesses().first() != spare);
     }
-
-    void listingSaysWhyItFailed()
-    {
-        const auto reasonFor = [](const QString& path) {
-            QString reason;
-            const bool listed = ov3dViewerListFiles(qPrintable(path), {},
-                                                    [&](const char* words) { reason = QString::fromUtf8(words); });
-            return listed ? QStringLiteral("listed") : reason;
-        };
-        QCOMPARE(reasonFor(m_fixture->model(QStringLiteral("plain.glb"))), QStringLiteral("listed"));
-        QCOMPARE(reasonFor(QStringLiteral("/nowhere/none.glb")), QStringLiteral("does not exist"));
-        QCOMPARE(reasonFor(QStringLiteral("/tmp")), QStringLiteral("is not a file"));
-        QCOMPARE(reasonFor(m_fixture->model(QStringLiteral("empty.glb"), 0)), QStringLiteral("is empty"));
-        QCOMPARE(reasonFor(m_fixture->model(QStringLiteral("failed.glb"))),
-                 QStringLiteral("ends in the middle of its data"));
-        QVERIFY(reasonFor(m_fixture->model(QStringLiteral("crashload.glb"))).contains(QStringLiteral("crashed")));
-        Limits limits;
-        limits.load = 300ms;
-        setLimits(limits);
-        QCOMPARE(reasonFor(m_fixture->model(QStringLiteral("hangload.glb"))),
-                 QStringLiteral("took longer than 1 second to read"));
-        QVERIFY(reasonFor(m_fixture->model(QStringLiteral("samepercent.glb"))).contains(QStringLiteral("took longer")));
-    }
-
-private:
-    std::unique_ptr<ViewerFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(RenderImageTest)

@@ -1,6 +1,5 @@
-#include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
-#include "tests/unit/viewer/fakehost.h"
+#include "tests/unit/viewer/sessiontestbase.h"
 #include "viewer/camera/orbit.h"
 #include "viewer/session/commands.h"
 #include "viewer/session/commandtext.h"
@@ -16,9 +15,6 @@ using namespace ov3d;
 
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-
 double azimuthOf(const OV3DOBJECT::SceneStatus& status)
 {
     return camera::anglesOf(camera::poseFromStatus(status)).azimuth * 180 / std::numbers::pi;
@@ -32,23 +28,11 @@ bool same(const OV3DOBJECT::SceneStatus& a, const OV3DOBJECT::SceneStatus& b)
 } // namespace
 
 /// Commands: operation codes beyond those of the contract, with a text argument and an answer.
-class SessionCommandsTest : public TestBase
+class SessionCommandsTest : public SessionTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture = std::make_unique<ViewerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void orbitTextIsTwoNumbers_data()
     {
         QTest::addColumn<QByteArray>("text");
@@ -81,7 +65,7 @@ private Q_SLOTS:
 
     void orbitTurnsTheCameraBeforeTheCallReturns()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         const TakenFrame before = host.startAndSettle();
         const double azimuth = azimuthOf(host.context().scene_status);
         QCOMPARE(host.command(kCommandOrbit, "40 5"), kDone);
@@ -93,7 +77,7 @@ private Q_SLOTS:
 
     void namedViewIsShownAgainAfterTheHandHasLeftIt()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         QCOMPARE(host.command(kCommandShowView, "left"), kDone);
         const OV3DOBJECT::SceneStatus left = host.context().scene_status;
@@ -106,7 +90,7 @@ private Q_SLOTS:
 
     void resetShowsTheFirstView()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         const OV3DOBJECT::SceneStatus first = host.context().scene_status;
         host.command(kCommandOrbit, "40 5");
@@ -116,7 +100,7 @@ private Q_SLOTS:
 
     void keptViewComesBackToTheBit()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         host.command(kCommandOrbit, "12.3 4.56");
         const OV3DOBJECT::SceneStatus kept = host.context().scene_status;
@@ -132,7 +116,7 @@ private Q_SLOTS:
 
     void nameKeptTwiceStandsForTheSecondView()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         host.command(kCommandKeepView, "a");
         host.command(kCommandShowView, "top");
@@ -145,7 +129,7 @@ private Q_SLOTS:
 
     void tooManyKeptViewsAreRefused()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         for (int i = 0; i < kMaxKeptViews; ++i)
             QCOMPARE(host.command(kCommandKeepView, "view " + QByteArray::number(i)), kDone);
@@ -155,7 +139,7 @@ private Q_SLOTS:
 
     void keptViewsSurviveTheRendererButNotTheRun()
     {
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         host.startAndSettle();
         QCOMPARE(host.command(kCommandKeepView, "a"), kDone);
@@ -198,7 +182,7 @@ private Q_SLOTS:
     {
         QFETCH(int, code);
         QFETCH(QByteArray, text);
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         const OV3DOBJECT::SceneStatus before = host.context().scene_status;
         QCOMPARE(host.command(code, text), kFailed);
@@ -208,7 +192,7 @@ private Q_SLOTS:
 
     void textOf255BytesIsTaken()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         const QByteArray name(kMaxCommandTextBytes, 'n');
         QCOMPARE(host.command(kCommandKeepView, name), kDone);
@@ -219,7 +203,7 @@ private Q_SLOTS:
     void modelIsLoadedAgainFromItsOwnPathAfterACommand()
     {
         // The text lies in the bytes of the model's path.
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         host.startAndSettle();
         host.command(kCommandShowView, "top");
@@ -251,7 +235,7 @@ private Q_SLOTS:
 
     void turntableGoesOnFromACommandedView()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.view.view_type = 5;
         host.start();
         QVERIFY(host.waitForFirstDraw());
@@ -266,9 +250,6 @@ private Q_SLOTS:
             return azimuthOf(host.context().scene_status) > 1;
         }));
     }
-
-private:
-    std::unique_ptr<ViewerFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(SessionCommandsTest)

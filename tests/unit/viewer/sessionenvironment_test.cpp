@@ -1,6 +1,5 @@
-#include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
-#include "tests/unit/viewer/fakehost.h"
+#include "tests/unit/viewer/sessiontestbase.h"
 #include "viewer/session/commands.h"
 #include "viewer/session/ov3dviewer.h"
 
@@ -13,38 +12,19 @@
 
 using namespace ov3d;
 
-namespace {
-
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-
-} // namespace
-
 /// The user's own environment picture, and what an observer hears of what pictures had to do without.
-class SessionEnvironmentTest : public TestBase
+class SessionEnvironmentTest : public SessionTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture = std::make_unique<ViewerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void environmentReachesThePicturesUntilItIsTakenAway()
     {
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString model = m_fixture->plainModel();
         const QString picture = environment(QStringLiteral("day.hdr"));
         FakeHost host(model);
         host.startAndSettle();
-        QCOMPARE(host.command(kCommandSetEnvironment, QFile::encodeName(picture)), kDone);
+        QCOMPARE(setEnvironment(host, picture), kDone);
         QVERIFY(!host.takeAll().empty());
         QVERIFY(ViewerFixture::log(model).last().endsWith(QStringLiteral("hdr=") + picture));
         host.material.wireframe = true;
@@ -59,7 +39,7 @@ private Q_SLOTS:
 
     void hostsOwnEnvironmentPathIsNotRead()
     {
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString model = m_fixture->plainModel();
         FakeHost host(model);
         host.lighting.hdr_path = "/tmp/never.hdr";
         host.startAndSettle();
@@ -74,7 +54,7 @@ private Q_SLOTS:
         const QString picture = environment(QStringLiteral("day.hdr"));
         FakeHost host(model);
         host.start();
-        QCOMPARE(host.command(kCommandSetEnvironment, QFile::encodeName(picture)), kDone);
+        QCOMPARE(setEnvironment(host, picture), kDone);
         QVERIFY(host.waitForFirstDraw());
         host.takeAll();
         QVERIFY(ViewerFixture::log(model).last().endsWith(picture));
@@ -82,13 +62,13 @@ private Q_SLOTS:
 
     void environmentThatIsNoRadiancePictureIsRefused()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         const QString other = m_fixture->model(QStringLiteral("photo.hdr")); // a file of x's
-        QCOMPARE(host.command(kCommandSetEnvironment, QFile::encodeName(other)), kFailed);
+        QCOMPARE(setEnvironment(host, other), kFailed);
         const QString pipe = m_fixture->path(QStringLiteral("pipe.hdr"));
         QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
-        QCOMPARE(host.command(kCommandSetEnvironment, QFile::encodeName(pipe)), kFailed);
+        QCOMPARE(setEnvironment(host, pipe), kFailed);
         QCOMPARE(ov3dViewerPending(), 0);
     }
 
@@ -98,7 +78,7 @@ private Q_SLOTS:
         const QString picture = environment(QStringLiteral("poison.hdr"));
         FakeHost host(model);
         host.startAndSettle();
-        QCOMPARE(host.command(kCommandSetEnvironment, QFile::encodeName(picture)), kDone);
+        QCOMPARE(setEnvironment(host, picture), kDone);
         QVERIFY(host.takeAll().back().isFinal());
         QCOMPARE(m_fixture->eventCount(QStringLiteral("card")), 0);
         QVERIFY(m_fixture->reasonOf(QStringLiteral("restarted")).contains(QStringLiteral("poison.hdr")));
@@ -108,7 +88,7 @@ private Q_SLOTS:
         QVERIFY(host.takeAll().back().isFinal());
         QCOMPARE(ViewerFixture::count(model, QStringLiteral("load")), 2);
         // Set again it gets another try: the file may have been mended.
-        QCOMPARE(host.command(kCommandSetEnvironment, QFile::encodeName(picture)), kDone);
+        QCOMPARE(setEnvironment(host, picture), kDone);
         QVERIFY(host.takeAll().back().isFinal());
         QCOMPARE(ViewerFixture::count(model, QStringLiteral("load")), 3);
     }
@@ -119,7 +99,7 @@ private Q_SLOTS:
         FakeHost host(model);
         host.startAndSettle();
         QCOMPARE(m_fixture->eventCount(QStringLiteral("note")), 0);
-        host.command(kCommandSetEnvironment, QFile::encodeName(environment(QStringLiteral("bad.hdr"))));
+        setEnvironment(host, environment(QStringLiteral("bad.hdr")));
         host.takeAll();
         host.command(kCommandShowView, "top");
         host.takeAll();
@@ -143,6 +123,11 @@ private Q_SLOTS:
     }
 
 private:
+    static int setEnvironment(FakeHost& host, const QString& path)
+    {
+        return host.command(kCommandSetEnvironment, QFile::encodeName(path));
+    }
+
     QString environment(const QString& name)
     {
         QFile file(m_fixture->path(name));
@@ -150,8 +135,6 @@ private:
             file.write("#?RADIANCE\n");
         return file.fileName();
     }
-
-    std::unique_ptr<ViewerFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(SessionEnvironmentTest)

@@ -1,15 +1,12 @@
-#include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
-#include "tests/unit/viewer/fakehost.h"
+#include "tests/unit/viewer/sessiontestbase.h"
 #include "viewer/session/commands.h"
-#include "viewer/session/limits.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <signal.h>
@@ -20,38 +17,18 @@
 using namespace ov3d;
 using namespace std::chrono_literals;
 
-namespace {
-
-constexpr int kPending = -1;
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-
-} // namespace
-
 /// Commands that write a file are answered by the session's thread.
-class SessionFilesTest : public TestBase
+class SessionFilesTest : public SessionTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture = std::make_unique<ViewerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void savedPictureIsTransparentWhereThePageShows()
     {
         FakeHost host(m_fixture->model(QStringLiteral("silhouette.glb")));
         host.startAndSettle();
         const QString path = m_fixture->path(QStringLiteral("a picture.png"));
-        QVERIFY(host.command(kCommandSavePicture, QFile::encodeName(path)) != kFailed);
+        QVERIFY(savePicture(host, path) != kFailed);
         QCOMPARE(host.waitForResult(), kDone);
         const QImage image(path);
         QCOMPARE(image.size(), QSize(64, 48));
@@ -71,7 +48,7 @@ private Q_SLOTS:
         host.display.enable_sky = true;
         host.startAndSettle();
         const QString path = m_fixture->path(QStringLiteral("sky.png"));
-        host.command(kCommandSavePicture, QFile::encodeName(path));
+        savePicture(host, path);
         QCOMPARE(host.waitForResult(), kDone);
         QCOMPARE(QImage(path).pixel(0, 0), qRgb(92, 238, 20));
     }
@@ -84,7 +61,7 @@ private Q_SLOTS:
         host.mouse(kMouseButtonDown, 10, 10);
         host.mouse(kMouseDrag, 30, 12);
         const QString path = m_fixture->path(QStringLiteral("drag.png"));
-        QCOMPARE(host.command(kCommandSavePicture, QFile::encodeName(path)), kPending);
+        QCOMPARE(savePicture(host, path), kPending);
         QCOMPARE(host.waitForResult(), kDone);
         const QRgb pixel = QImage(path).pixel(0, 0);
         QCOMPARE(qRed(pixel), 200); // at rest, though the hand has not let go
@@ -94,38 +71,36 @@ private Q_SLOTS:
 
     void pictureIsSavedWhileTheHostTakesNoFrames()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.start();
         QVERIFY(host.waitForFirstDraw());
         host.command(kCommandShowView, "top");
         const QString path = m_fixture->path(QStringLiteral("untaken.png"));
-        host.command(kCommandSavePicture, QFile::encodeName(path));
+        savePicture(host, path);
         QCOMPARE(host.waitForResult(), kDone);
         QVERIFY(host.hasFrame());
     }
 
     void pictureIsSavedAfterTheRendererWasGivenBack()
     {
-        session::Limits limits;
-        limits.rest = 100ms;
-        session::setLimits(limits);
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        limitRest(100ms);
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
-        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+        QVERIFY(allRenderersEnd());
         const QString path = m_fixture->path(QStringLiteral("again.png"));
-        QCOMPARE(host.command(kCommandSavePicture, QFile::encodeName(path)), kPending);
+        QCOMPARE(savePicture(host, path), kPending);
         QCOMPARE(host.waitForResult(), kDone);
         QCOMPARE(QImage(path).size(), QSize(64, 48));
     }
 
     void pictureOfATurningModelIsSaved()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.view.view_type = 5;
         host.start();
         QVERIFY(host.waitForFirstDraw());
         const QString path = m_fixture->path(QStringLiteral("turning.png"));
-        host.command(kCommandSavePicture, QFile::encodeName(path));
+        savePicture(host, path);
         QCOMPARE(host.waitForResult(), kDone);
     }
 
@@ -136,7 +111,7 @@ private Q_SLOTS:
         host.startAndSettle();
         host.material.wireframe = true;
         const QString path = m_fixture->path(QStringLiteral("none.png"));
-        host.command(kCommandSavePicture, QFile::encodeName(path));
+        savePicture(host, path);
         QCOMPARE(host.waitForResult(), kFailed);
         QVERIFY(!QFile::exists(path));
     }
@@ -151,7 +126,7 @@ private Q_SLOTS:
     void fileThatCannotBeWrittenFailsAndLeavesNothing()
     {
         QFETCH(int, code);
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         const QString folder = m_fixture->path(QStringLiteral("target"));
         QVERIFY(QDir().mkpath(folder));
@@ -166,10 +141,10 @@ private Q_SLOTS:
 
     void existingFileIsReplacedWhole()
     {
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        FakeHost host(m_fixture->plainModel());
         host.startAndSettle();
         const QString path = m_fixture->model(QStringLiteral("old.png"), 100000);
-        host.command(kCommandSavePicture, QFile::encodeName(path));
+        savePicture(host, path);
         QCOMPARE(host.waitForResult(), kDone);
         QVERIFY(!QImage(path).isNull());
         QCOMPARE(QDir(QFileInfo(path).path()).entryList({QStringLiteral("old.png*")}).size(), 1);
@@ -180,12 +155,7 @@ private Q_SLOTS:
         const QString model = m_fixture->model(QStringLiteral("missing repaired.glb"));
         FakeHost host(model);
         host.startAndSettle();
-        const QString path = m_fixture->path(QStringLiteral("facts.json"));
-        host.command(kCommandReportFacts, QFile::encodeName(path));
-        QCOMPARE(host.waitForResult(), kDone);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject facts = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonObject facts = factsOf(host);
         QCOMPARE(facts[QLatin1String("model")].toString(), model);
         QCOMPARE(facts[QLatin1String("triangles")].toInt(), 12);
         QCOMPARE(facts[QLatin1String("materials")].toInt(), 2);
@@ -204,14 +174,12 @@ private Q_SLOTS:
 
     void nothingIsWrittenIntoAContextThatWasStopped()
     {
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString model = m_fixture->plainModel();
         FakeHost host(model);
         host.startAndSettle();
-        const int renderer = ViewerFixture::rendererOf(model);
-        kill(renderer, SIGSTOP);
-        host.command(kCommandShowView, "top");
+        const int renderer = stallWithAPictureDue(host, model);
         const QString path = m_fixture->path(QStringLiteral("late.png"));
-        QCOMPARE(host.command(kCommandSavePicture, QFile::encodeName(path)), kPending);
+        QCOMPARE(savePicture(host, path), kPending);
         host.stop();
         ViewContext before;
         std::memcpy(static_cast<void*>(&before), &host.context(), sizeof before);
@@ -224,14 +192,12 @@ private Q_SLOTS:
 
     void youngerCommandTakesThePlaceOfOneThatWaits()
     {
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString model = m_fixture->plainModel();
         FakeHost host(model);
         host.startAndSettle();
-        const int renderer = ViewerFixture::rendererOf(model);
-        kill(renderer, SIGSTOP);
-        host.command(kCommandShowView, "top");
+        const int renderer = stallWithAPictureDue(host, model);
         const QString path = m_fixture->path(QStringLiteral("dropped.png"));
-        QCOMPARE(host.command(kCommandSavePicture, QFile::encodeName(path)), kPending);
+        QCOMPARE(savePicture(host, path), kPending);
         QCOMPARE(host.command(kCommandShowView, "nowhere"), kFailed);
         kill(renderer, SIGCONT);
         host.takeAll();
@@ -241,31 +207,42 @@ private Q_SLOTS:
 
     void factsDoNotWaitForAPicture()
     {
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString model = m_fixture->plainModel();
         FakeHost host(model);
         host.startAndSettle();
-        kill(ViewerFixture::rendererOf(model), SIGSTOP);
-        host.command(kCommandShowView, "top");
+        stallWithAPictureDue(host, model);
         host.command(kCommandReportFacts, QFile::encodeName(m_fixture->path(QStringLiteral("at once.json"))));
         QCOMPARE(host.waitForResult(), kDone);
     }
 
     void rendererThatDiesFailsThePictureOnlyWhenItDiesTwice()
     {
-        const QString model = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString model = m_fixture->plainModel();
         FakeHost host(model);
         host.startAndSettle();
-        kill(ViewerFixture::rendererOf(model), SIGSTOP);
-        host.command(kCommandShowView, "top");
+        stallWithAPictureDue(host, model);
         const QString path = m_fixture->path(QStringLiteral("second try.png"));
-        QCOMPARE(host.command(kCommandSavePicture, QFile::encodeName(path)), kPending);
+        QCOMPARE(savePicture(host, path), kPending);
         kill(ViewerFixture::rendererOf(model), SIGKILL);
         QCOMPARE(host.waitForResult(), kDone);
         QVERIFY(QFile::exists(path));
     }
 
 private:
-    std::unique_ptr<ViewerFixture> m_fixture;
+    /// Has the session save its picture. @return what the call itself answers
+    static int savePicture(FakeHost& host, const QString& path)
+    {
+        return host.command(kCommandSavePicture, QFile::encodeName(path));
+    }
+
+    /// Stops the renderer, and asks for another view. @return the renderer's process
+    static int stallWithAPictureDue(FakeHost& host, const QString& model)
+    {
+        const int renderer = ViewerFixture::rendererOf(model);
+        kill(renderer, SIGSTOP);
+        host.command(kCommandShowView, "top");
+        return renderer;
+    }
 };
 
 OV3D_TEST_MAIN(SessionFilesTest)

@@ -1,8 +1,6 @@
 #include "src/render/handshake.h"
-#include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
-#include "tests/unit/viewer/fakehost.h"
-#include "viewer/session/limits.h"
+#include "tests/unit/viewer/sessiontestbase.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <QFile>
@@ -12,26 +10,14 @@
 using namespace std::chrono_literals;
 
 /// A renderer that is lost comes back by itself, but not for ever.
-class SessionRecoveryTest : public TestBase
+class SessionRecoveryTest : public SessionTestBase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_fixture = std::make_unique<ViewerFixture>();
-    }
-
-    void cleanup()
-    {
-        m_fixture.reset();
-        TestBase::cleanup();
-    }
-
     void pictureComesBackAfterTheRendererWasKilled()
     {
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         host.startAndSettle();
         host.mouse(kMouseWheel, 20, 20, 0);
@@ -54,7 +40,7 @@ private Q_SLOTS:
         FakeHost host(path);
         host.startAndSettle();
         kill(ViewerFixture::rendererOf(path), SIGKILL);
-        QVERIFY(waitFor([&] { return ViewerFixture::count(path, QStringLiteral("load")) == 2; }));
+        QVERIFY(waitForCount(path, QStringLiteral("load"), 2));
         host.resize(100, 48);
         const std::vector<TakenFrame> frames = host.takeAll();
         QCOMPARE(frames.size(), std::size_t{2});
@@ -82,8 +68,8 @@ private Q_SLOTS:
         QVERIFY(!frames.empty());
         QVERIFY(!frames.back().isFinal() && !frames.back().isDraft());
         QCOMPARE(m_fixture->eventCount(QStringLiteral("card")), 1);
-        QCOMPARE(ViewerFixture::count(path, QStringLiteral("load")), 2 + 1 - 1);
-        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+        QCOMPARE(ViewerFixture::count(path, QStringLiteral("load")), 2);
+        QVERIFY(allRenderersEnd());
         QVERIFY(!host.waitForFrame(300));
     }
 
@@ -106,19 +92,21 @@ private Q_SLOTS:
         FakeHost host(path);
         host.start();
         QVERIFY(host.waitForFirstDraw());
-        host.takeAll(20000);
-        QCOMPARE(ov3dViewerPending(), 0);
-        QTest::qWait(300);
+        // A loss at rest makes the session owe a picture again, so it may seem to be at rest in between.
+        const auto isBusy = [] { return ov3dViewerPending() != 0 || !childProcesses().isEmpty(); };
+        QVERIFY(waitFor(
+            [&] {
+                host.takeAll(20000);
+                return !isBusy() && !waitFor(isBusy, 300);
+            },
+            20000));
         QVERIFY(ViewerFixture::count(path, QStringLiteral("load")) <= 7);
-        QVERIFY(childProcesses().isEmpty());
     }
 
     void hungPictureIsKilledAndEndsInACard()
     {
-        ov3d::session::Limits limits;
-        limits.load = 300ms;
-        ov3d::session::setLimits(limits);
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        limitLoads(300ms);
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         host.startAndSettle();
         kill(ViewerFixture::rendererOf(path), SIGSTOP);
@@ -126,18 +114,16 @@ private Q_SLOTS:
         const std::vector<TakenFrame> frames = host.takeAll();
         QVERIFY(!frames.empty() && !frames.back().isFinal());
         QVERIFY(m_fixture->reasonOf(QStringLiteral("card")).contains(QStringLiteral("to draw")));
-        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+        QVERIFY(allRenderersEnd());
     }
 
     void rendererIsGivenBackAtRestAndComesBackWithTheNextRequest()
     {
-        ov3d::session::Limits limits;
-        limits.rest = 300ms;
-        ov3d::session::setLimits(limits);
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        limitRest(300ms);
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         const TakenFrame first = host.startAndSettle();
-        QVERIFY(waitFor([] { return childProcesses().isEmpty(); }));
+        QVERIFY(allRenderersEnd());
         QCOMPARE(ov3dViewerPending(), 0);
         QVERIFY(!host.hasFrame());
         host.call(kOperationRedraw);
@@ -150,14 +136,11 @@ private Q_SLOTS:
 
     void rendererIsNotGivenBackWhileAFrameWaits()
     {
-        ov3d::session::Limits limits;
-        limits.rest = 100ms;
-        ov3d::session::setLimits(limits);
-        FakeHost host(m_fixture->model(QStringLiteral("plain.glb")));
+        limitRest(100ms);
+        FakeHost host(m_fixture->plainModel());
         host.start();
         QVERIFY(host.waitForFirstDraw());
-        QTest::qWait(500);
-        QCOMPARE(childProcesses().size(), 1);
+        QVERIFY(!waitFor([] { return childProcesses().size() != 1; }, 500));
         QVERIFY(host.take().isDraft());
         QVERIFY(host.waitForFrame());
         QVERIFY(host.take().isFinal());
@@ -165,7 +148,7 @@ private Q_SLOTS:
 
     void fileThatVanishedEndsInACardWhenItIsNeededAgain()
     {
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         host.startAndSettle();
         QVERIFY(QFile::remove(path));
@@ -176,7 +159,7 @@ private Q_SLOTS:
 
     void hostThatWaitsForAllItsChildrenDoesNotDisturb()
     {
-        const QString path = m_fixture->model(QStringLiteral("plain.glb"));
+        const QString path = m_fixture->plainModel();
         FakeHost host(path);
         host.startAndSettle();
         struct sigaction ignore = {};
@@ -191,9 +174,6 @@ private Q_SLOTS:
         sigaction(SIGCHLD, &before, &after);
         QVERIFY2(after.sa_handler == SIG_IGN, "the host's handling is left alone");
     }
-
-private:
-    std::unique_ptr<ViewerFixture> m_fixture;
 };
 
 OV3D_TEST_MAIN(SessionRecoveryTest)
