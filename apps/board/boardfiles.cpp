@@ -1,18 +1,16 @@
-/// The window's document: new, opened, saved, loaded.
+/// The window's document: new, opened, loaded.
 
 #include "apps/board/boardwindow.h"
+#include "apps/board/busypointer.h"
 #include "apps/board/pagecommands.h"
 #include "apps/board/pageview.h"
 #include "apps/board/settingspanel.h"
 
-#include <QApplication>
-#include <QCloseEvent>
 #include <QDir>
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPointer>
 #include <QProgressBar>
 #include <QThread>
@@ -27,16 +25,6 @@ namespace {
 constexpr QSizeF kPageSize(1920, 1080);
 const QString kFilter = QStringLiteral("Documents (*.ovb)");
 
-/// The pointer of a busy program for as long as it lives.
-class BusyPointer
-{
-public:
-    explicit BusyPointer(Qt::CursorShape shape) { QApplication::setOverrideCursor(shape); }
-    ~BusyPointer() { QApplication::restoreOverrideCursor(); }
-    BusyPointer(const BusyPointer&) = delete;
-    BusyPointer& operator=(const BusyPointer&) = delete;
-};
-
 } // namespace
 
 void BoardWindow::adopt(std::unique_ptr<LiveDocument> document)
@@ -45,12 +33,15 @@ void BoardWindow::adopt(std::unique_ptr<LiveDocument> document)
     m_document = std::move(document);
     if (m_document->pages().pageCount() == 0)
         m_document->addPage(kPageSize);
-    m_services.framework.setCurrentDocument(&m_document->pages());
-    QUndoStack* stack = m_document->pages().undoStack();
+    m_services.framework.setCurrentDocument(&m_document->working());
+    QUndoStack* stack = m_document->working().undoStack();
     connect(stack, &QUndoStack::indexChanged, this, &BoardWindow::updateActions);
     connect(stack, &QUndoStack::cleanChanged, this, &BoardWindow::updateTitle);
     connect(&m_document->loader(), &LoaderThread::jobsLeftChanged, this, &BoardWindow::showLoading);
     connect(m_document.get(), &LiveDocument::warned, this, &BoardWindow::complain);
+    connect(m_document.get(), &LiveDocument::saveEnded, this, &BoardWindow::endSaving);
+    connect(&m_document->pages(), &DocumentPages::pageInserted, this, &BoardWindow::pageInserted);
+    connect(&m_document->pages(), &DocumentPages::pageTaken, this, &BoardWindow::pageTaken);
     connect(m_document.get(), &LiveDocument::itemShown, this,
             [](CBaseObject*, CBaseObject* item) { rememberFrameLimits(*item); });
     // What the user sees first is loaded first.
@@ -62,14 +53,17 @@ void BoardWindow::closeDocument()
 {
     if (!m_document)
         return;
+    m_saveNext.clear();
+    m_document->finishSave();
     disconnect(&m_document->loader(), nullptr, this, nullptr);
-    disconnect(m_document->pages().undoStack(), nullptr, this, nullptr);
+    disconnect(&m_document->pages(), nullptr, this, nullptr);
+    disconnect(m_document->working().undoStack(), nullptr, this, nullptr);
     disconnect(m_document.get(), nullptr, this, nullptr);
     if (m_page)
         disconnect(m_page->scene(), nullptr, this, nullptr);
     m_view->setPage(nullptr);
     m_page = nullptr;
-    if (m_services.framework.getCurrentDocument() == &m_document->pages())
+    if (m_services.framework.getCurrentDocument() == &m_document->working())
         m_services.framework.setCurrentDocument(nullptr);
     m_document.reset();
     showLoading(0);
@@ -102,6 +96,8 @@ bool BoardWindow::openDocument(const QString& path)
         say(QStringLiteral("Another document is being opened"));
         return false;
     }
+    if (!waitForSave())
+        return false;
     QString error;
     // A file that is open here already is read again; its lock has to be free for that.
     if (!m_document->file().path().isEmpty() && QFileInfo(path) == QFileInfo(m_document->file().path()) &&
@@ -132,7 +128,9 @@ bool BoardWindow::openDocument(const QString& path)
     const QStringList warnings = file->warnings();
     const QString readOnly = file->isReadOnly() ? file->readOnlyReason() : QString();
     adopt(LiveDocument::fromFile(std::move(file), m_services.document));
-    say(readOnly.isEmpty() ? QStringLiteral("Opened %1").arg(QFileInfo(path).fileName()) : readOnly);
+    const QString name = QFileInfo(path).fileName();
+    say(readOnly.isEmpty() ? QStringLiteral("Opened %1").arg(name)
+                           : QStringLiteral("%1 is read-only: %2").arg(name, readOnly));
     for (const QString& warning : warnings)
         complain(warning);
     return true;
@@ -158,66 +156,17 @@ std::unique_ptr<COvDocumentFile> BoardWindow::openFile(const QString& path, QStr
 void BoardWindow::setOpening(Opening opening)
 {
     m_opening = opening;
-    const bool isOpening = opening != Opening::none;
-    for (QWidget* widget : {static_cast<QWidget*>(menuBar()), static_cast<QWidget*>(m_view),
-                            static_cast<QWidget*>(m_settings)})
-        widget->setEnabled(!isOpening);
-    if (!isOpening)
-        m_view->setFocus();
+    setInputEnabled(opening == Opening::none);
     showLoading(m_document ? m_document->loader().jobsLeft() : 0);
 }
 
-bool BoardWindow::saveInPlace()
+void BoardWindow::setInputEnabled(bool enabled)
 {
-    const COvDocumentFile& file = m_document->file();
-    return file.path().isEmpty() || file.isReadOnly() ? chooseFileAndSave() : saveDocument(file.path());
-}
-
-bool BoardWindow::chooseFileAndSave()
-{
-    QFileDialog dialog(this, QStringLiteral("Save document"), QDir::homePath(), kFilter);
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(QStringLiteral("ovb"));
-    return dialog.exec() == QDialog::Accepted && saveDocument(dialog.selectedFiles().constFirst());
-}
-
-bool BoardWindow::saveDocument(const QString& path)
-{
-    const BusyPointer busy(Qt::WaitCursor);
-    QStringList left;
-    for (const PlaceholderItem* placeholder : placeholders(PlaceholderItem::State::arriving))
-        left << placeholder->name();
-    QString error;
-    const StandardStreams::Silence silence(m_services.streams);
-    if (!m_document->save(path, error)) {
-        complain(error);
-        return false;
-    }
-    m_document->pages().undoStack()->setClean();
-    updateTitle();
-    const QString name = QFileInfo(path).fileName();
-    say(left.isEmpty() ? QStringLiteral("Saved %1").arg(name)
-                       : QStringLiteral("Saved %1 without what is still being inserted: %2")
-                             .arg(name, left.join(QStringLiteral(", "))));
-    return true;
-}
-
-bool BoardWindow::mayDiscard()
-{
-    if (!m_document || m_document->pages().undoStack()->isClean())
-        return true;
-    const auto answer =
-        QMessageBox::question(this, QStringLiteral("Unsaved changes"),
-                              QStringLiteral("The document has changes that are not saved. Save them?"),
-                              QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
-    return answer == QMessageBox::Discard || (answer == QMessageBox::Save && saveInPlace());
-}
-
-void BoardWindow::closeEvent(QCloseEvent* event)
-{
-    event->setAccepted(mayDiscard());
-    if (event->isAccepted() && m_opening != Opening::none)
-        m_opening = Opening::abandoned;
+    for (QWidget* widget :
+         {static_cast<QWidget*>(menuBar()), static_cast<QWidget*>(m_view), static_cast<QWidget*>(m_settings)})
+        widget->setEnabled(enabled);
+    if (enabled)
+        m_view->setFocus();
 }
 
 bool BoardWindow::isLoading() const
@@ -266,7 +215,7 @@ void BoardWindow::updateTitle()
     if (file.isReadOnly())
         title += QStringLiteral(" (read-only)");
     setWindowTitle(title);
-    setWindowModified(!m_document->pages().undoStack()->isClean());
+    setWindowModified(m_document->isSaving() || !m_document->working().undoStack()->isClean());
 }
 
 } // namespace ov3d::apps

@@ -11,8 +11,8 @@
 #include "apps/document/itemrecord.h"
 #include "apps/document/itemsettings.h"
 
-#include <QClipboard>
 #include <QApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -75,12 +75,12 @@ void BoardWindow::itemArrived(CBaseObject* item, const QString& error, bool undo
     COvPage* page = dynamic_cast<COvPage*>(item->GetPage());
     if (undoable && page)
         CUndoRedo::GetInstance()->push(
-            new PresenceCommand(page, std::make_shared<ItemHolder>(item), PresenceCommand::Kind::insertion));
+            new PresenceCommand(page, ItemHolder::of(item), PresenceCommand::Kind::insertion));
     if (!undoable)
-        m_document->pages().undoStack()->resetClean(); // it may have been saved without this item
+        m_document->working().undoStack()->resetClean(); // it may have been saved without this item
     item->scene()->clearSelection();
     item->setSelected(true);
-    if (m_failures == 0)
+    if (m_failures == 0 && !item->isLocked())
         say(QStringLiteral("%1: drag to turn it, wheel to zoom, right button to shift; the frame moves and resizes it")
                 .arg(itemName(itemRecord(*item))));
 }
@@ -93,7 +93,7 @@ void BoardWindow::removeSelected()
             continue;
         }
         CUndoRedo::GetInstance()->push(
-            new PresenceCommand(m_page, std::make_shared<ItemHolder>(item), PresenceCommand::Kind::removal));
+            new PresenceCommand(m_page, ItemHolder::of(item), PresenceCommand::Kind::removal));
         say(QStringLiteral("Removed the model; Ctrl+Z brings it back"));
     }
 }
@@ -131,9 +131,8 @@ void BoardWindow::cutSelected()
 bool BoardWindow::takeClip(const QByteArray& bytes)
 {
     const QString error =
-        m_document->pasteItems(*m_page, bytes, kPasteShift, [this](CBaseObject* item, const QString& reason) {
-            itemArrived(item, reason, true);
-        });
+        m_document->pasteItems(*m_page, bytes, kPasteShift,
+                               [this](CBaseObject* item, const QString& reason) { itemArrived(item, reason, true); });
     if (!error.isEmpty())
         say(error);
     return error.isEmpty();

@@ -1,5 +1,7 @@
 #include "apps/board/boardoptions.h"
 
+#include "apps/common/picturefile.h"
+
 #include <algorithm>
 
 namespace ov3d::apps {
@@ -21,6 +23,10 @@ bool parseBoardOptions(const QStringList& words, BoardOptions& options, QString&
             options.screenshot = words.value(++i);
             if (options.screenshot.isEmpty()) {
                 error = QStringLiteral("the option --screenshot needs a file");
+                return false;
+            }
+            if (!isPngName(options.screenshot)) {
+                error = QStringLiteral("%1 is not the name of a PNG picture").arg(options.screenshot);
                 return false;
             }
         } else {

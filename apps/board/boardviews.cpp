@@ -31,8 +31,8 @@ struct NamedView
 };
 
 constexpr NamedView kViews[] = {
-    {"front", "&Front", "Ctrl+1"}, {"back", "&Back", "Ctrl+2"},     {"left", "&Left", "Ctrl+3"},
-    {"right", "&Right", "Ctrl+4"}, {"top", "&Top", "Ctrl+5"},       {"bottom", "B&ottom", "Ctrl+6"},
+    {"front", "&Front", "Ctrl+1"},         {"back", "&Back", "Ctrl+2"}, {"left", "&Left", "Ctrl+3"},
+    {"right", "&Right", "Ctrl+4"},         {"top", "&Top", "Ctrl+5"},   {"bottom", "B&ottom", "Ctrl+6"},
     {"isometric", "&Isometric", "Ctrl+7"},
 };
 
@@ -49,9 +49,8 @@ void BoardWindow::makeModelMenu()
         action->setShortcut(QKeySequence(QString::fromLatin1(view.shortcut)));
         m_selectionActions << action;
     }
-    QAction* reset = menu.addAction(QStringLiteral("R&eset the view"), this, [this] {
-        changeView(kCommandReset, {}, QStringLiteral("Reset the view"));
-    });
+    QAction* reset = menu.addAction(QStringLiteral("R&eset the view"), this,
+                                    [this] { changeView(kCommandReset, {}, QStringLiteral("Reset the view")); });
     reset->setShortcut(QKeySequence(QStringLiteral("Ctrl+0")));
     menu.addSeparator();
     m_selectionActions << reset
@@ -149,8 +148,8 @@ void BoardWindow::showFacts()
         say(error);
         return;
     }
-    QMessageBox box(QMessageBox::Information, QStringLiteral("Facts about the model"),
-                    itemName(itemRecord(*item)), QMessageBox::Close, this);
+    QMessageBox box(QMessageBox::Information, QStringLiteral("Facts about the model"), itemName(itemRecord(*item)),
+                    QMessageBox::Close, this);
     box.setInformativeText(QString::fromUtf8(file.readAll()));
     box.exec();
 }
@@ -173,13 +172,14 @@ void BoardWindow::setEnvironment(const QString& path)
     CBaseObject* item = m_view->selectedItem();
     if (!item)
         return;
+    const QString before = LiveDocument::environmentOf(*item);
     const QString error = m_document->setEnvironment(*item, path);
-    if (!error.isEmpty()) {
-        say(error);
+    const QString after = LiveDocument::environmentOf(*item);
+    if (!error.isEmpty() || after == before) {
+        say(error.isEmpty() ? QStringLiteral("The model has no environment picture") : error);
         return;
     }
-    // No step of undo stands for it, but it is a change all the same.
-    m_document->pages().undoStack()->resetClean();
+    CUndoRedo::GetInstance()->push(new EnvironmentCommand(*m_document, *item, before, after));
     say(path.isEmpty() ? QStringLiteral("Without an environment picture")
                        : QStringLiteral("Lit by %1").arg(QFileInfo(path).fileName()));
 }

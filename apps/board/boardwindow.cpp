@@ -76,9 +76,13 @@ void BoardWindow::makeStatusBar()
     m_cancel->setObjectName(QStringLiteral("cancelLoading"));
     m_cancel->setText(QStringLiteral("Cancel"));
     connect(m_cancel, &QToolButton::clicked, this, &BoardWindow::cancelLoading);
+    m_saving = new QLabel(this);
+    m_saving->setObjectName(QStringLiteral("saving"));
+    m_saving->setTextFormat(Qt::PlainText);
     m_pageNumber = new QLabel(this);
     m_pageNumber->setObjectName(QStringLiteral("pageNumber"));
-    for (QWidget* widget : {static_cast<QWidget*>(m_progress), static_cast<QWidget*>(m_cancel)}) {
+    for (QWidget* widget :
+         {static_cast<QWidget*>(m_saving), static_cast<QWidget*>(m_progress), static_cast<QWidget*>(m_cancel)}) {
         statusBar()->addPermanentWidget(widget);
         widget->hide();
     }
@@ -98,9 +102,9 @@ void BoardWindow::makeFileMenu()
     QMenu& menu = *menuBar()->addMenu(QStringLiteral("&File"));
     addAction(menu, QStringLiteral("&New"), QKeySequence::New, &BoardWindow::newDocument);
     addAction(menu, QStringLiteral("&Open..."), QKeySequence::Open, &BoardWindow::chooseDocument);
-    QAction* save = menu.addAction(QStringLiteral("&Save"), this, [this] { saveInPlace(); });
+    QAction* save = menu.addAction(QStringLiteral("&Save"), this, [this] { startSaving(fileToSave()); });
     save->setShortcut(QKeySequence::Save);
-    QAction* saveAs = menu.addAction(QStringLiteral("Save &as..."), this, [this] { chooseFileAndSave(); });
+    QAction* saveAs = menu.addAction(QStringLiteral("Save &as..."), this, [this] { startSaving(chooseFileToSave()); });
     saveAs->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+S")));
     menu.addSeparator();
     addAction(menu, QStringLiteral("&Insert model..."), QKeySequence(QStringLiteral("Ctrl+I")),
@@ -129,7 +133,11 @@ void BoardWindow::makeEditMenu()
 
 void BoardWindow::undoOrRedo(bool undo)
 {
-    QUndoStack* stack = m_document->pages().undoStack();
+    QUndoStack* stack = m_document->working().undoStack();
+    const auto* pageStep =
+        dynamic_cast<const PagePresenceCommand*>(stack->command(undo ? stack->index() - 1 : stack->index()));
+    if (const COvPage* page = pageStep ? pageStep->pageTakenBy(undo) : nullptr; page && !mayTakePage(*page))
+        return;
     const QString text = m_localize.text(undo ? stack->undoText() : stack->redoText());
     const int steps = stack->count();
     undo ? stack->undo() : stack->redo();
@@ -143,7 +151,7 @@ void BoardWindow::updateActions()
 {
     if (!m_document)
         return;
-    const QUndoStack* stack = m_document->pages().undoStack();
+    const QUndoStack* stack = m_document->working().undoStack();
     m_undo->setEnabled(stack->canUndo());
     m_redo->setEnabled(stack->canRedo());
     const bool isSelected = !selectedItems().isEmpty();
@@ -161,6 +169,7 @@ void BoardWindow::updateActions()
 
 void BoardWindow::say(const QString& text)
 {
+    m_complaints.clear();
     m_status->setText(oneLine(text));
     m_status->setToolTip(text);
 }
@@ -168,7 +177,10 @@ void BoardWindow::say(const QString& text)
 void BoardWindow::complain(const QString& text)
 {
     ++m_failures;
-    say(text);
+    m_complaints << text;
+    const int others = m_complaints.size() - 1;
+    m_status->setText(oneLine(others == 0 ? text : QStringLiteral("%1 (and %2 more before)").arg(text).arg(others)));
+    m_status->setToolTip(m_complaints.join(QLatin1Char('\n')));
     m_services.streams.printErrorLine(QStringLiteral("ov3dboard: ") + text);
 }
 
@@ -180,7 +192,8 @@ void BoardWindow::report(const ViewerEvent& event)
     else if (event.kind == ViewerEvent::Kind::missing)
         say(QStringLiteral("%1: shown without %2").arg(name, event.files.join(QStringLiteral(", "))));
     else if (event.kind == ViewerEvent::Kind::note)
-        say(QStringLiteral("%1: %2").arg(name, event.reason));
+        say(QStringLiteral("%1: %2").arg(name,
+                                         m_document ? m_document->withoutWorkingFolder(event.reason) : event.reason));
 }
 
 } // namespace ov3d::apps

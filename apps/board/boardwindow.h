@@ -54,11 +54,17 @@ public:
     /// which abandons the opening; it takes nothing else. A second call meanwhile is refused.
     bool openDocument(const QString& path);
 
-    /// Says which models are left out since they are still being inserted; the document stays changed once they are
-    /// there. Blocks. @return false after a message; the file is as it was.
+    /// Saves while the window stays in use. What is changed meanwhile is not in the file, and the document stays
+    /// changed; so it does when models are left out since they are still being inserted, which is said. While a save
+    /// runs, this one waits for its end. An empty path does nothing.
+    void startSaving(const QString& path);
+
+    /// The same, and returns when it is over; until then the event loop turns and the window takes no input.
+    /// @return false after a message, the file is as it was then, or when the window is to be closed.
     bool saveDocument(const QString& path);
 
-    /// Ends loads, gives the items to the reaper and removes the working folder. For the end of the program.
+    /// Ends loads, waits for a save, gives the items to the reaper and removes the working folder. For the end of the
+    /// program.
     void closeDocument();
 
     [[nodiscard]] LiveDocument* document() const { return m_document.get(); }
@@ -80,8 +86,7 @@ public Q_SLOTS:
     void showPage(int index);
     void addPage();
 
-    /// Removes the page that is shown, and every step of undo with it, without a question. Refused, with a message, for
-    /// the last page and while its items are being loaded.
+    /// Removes the page that is shown. Refused, with a message, for the last page and while its items are being loaded.
     void removePage();
 
     /// Loads what was cancelled.
@@ -90,6 +95,9 @@ public Q_SLOTS:
     /// Keeps the selected item's view under a name, or says why not.
     void keepView(const QString& name);
     void returnToView(const QString& name);
+
+    /// Lights the selected item with an environment picture (.hdr), or says why not. An empty path takes it away.
+    void setEnvironment(const QString& path);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -104,7 +112,10 @@ private:
 
     // boardpages.cpp
     [[nodiscard]] int pageIndex() const;
-    void askAndRemovePage();
+    [[nodiscard]] bool mayTakePage(const COvPage& page);
+    void pageInserted(int index);
+    void pageTaken(int index);
+    void showPageNumber();
 
     // boardfiles.cpp
     enum class Opening
@@ -117,13 +128,18 @@ private:
     void newDocument();
     std::unique_ptr<COvDocumentFile> openFile(const QString& path, QString& error);
     void setOpening(Opening opening);
+    void setInputEnabled(bool enabled);
     void chooseDocument();
-    bool saveInPlace();
-    bool chooseFileAndSave();
-    bool mayDiscard();
     void showLoading(int jobs);
     void cancelLoading();
     void updateTitle();
+
+    // boardsaving.cpp
+    QString chooseFileToSave();
+    QString fileToSave();
+    void endSaving(const QString& path, const QString& error);
+    bool waitForSave();
+    bool mayDiscard();
 
     // boardmodels.cpp
     void chooseModel();
@@ -143,7 +159,6 @@ private:
     void showFacts();
     void chooseEnvironment();
     void removeEnvironment();
-    void setEnvironment(const QString& path);
 
     [[nodiscard]] QList<CBaseObject*> selectedItems() const;
     [[nodiscard]] QList<const PlaceholderItem*> placeholders(PlaceholderItem::State state) const;
@@ -159,6 +174,7 @@ private:
     PageView* m_view;
     SettingsPanel* m_settings;
     QLabel* m_status = nullptr;
+    QLabel* m_saving = nullptr; ///< there as long as the document is being saved
     QLabel* m_pageNumber = nullptr;
     QProgressBar* m_progress = nullptr;
     QToolButton* m_cancel = nullptr;
@@ -170,8 +186,14 @@ private:
     QMenu* m_keptViews = nullptr;
     QList<QAction*> m_selectionActions; ///< that need a selected item
     Opening m_opening = Opening::none;
-    int m_jobsAtOnce = 0;               ///< loads since the last time that nothing was being loaded
+    QString m_saveNext;             ///< where to save once the save that runs has ended; empty: nowhere
+    QStringList m_leftOut;          ///< names of models that the save that runs does not have
+    bool m_wasClean = true;         ///< before the save that runs was begun
+    bool m_isSaved = false;         ///< how the last save ended
+    bool m_closesWhenSaved = false; ///< the user has closed the window while a save was running
+    int m_jobsAtOnce = 0;           ///< loads since the last time that nothing was being loaded
     int m_failures = 0;
+    QStringList m_complaints; ///< since something else was said
 };
 
 } // namespace ov3d::apps

@@ -1,30 +1,36 @@
 #pragma once
 
-#include <memory>
+#include "host/framework/framework.h"
 
-class CBaseObject;
+#include <QPointer>
+
+#include <memory>
 
 namespace ov3d::apps {
 
+class ItemHolder;
+using SharedItem = std::shared_ptr<ItemHolder>;
+
 /// Shared by the undo commands that put an item on a page or take it off. The last of them disposes of an item that is
-/// on no page.
+/// on no page. The GUI thread alone.
 class ItemHolder
 {
 public:
-    explicit ItemHolder(CBaseObject* item)
-        : m_item(item)
-    {
-    }
+    /// @return the one holder that an item has as long as a command holds it.
+    static SharedItem of(CBaseObject* item);
+
     ~ItemHolder();
     ItemHolder(const ItemHolder&) = delete;
     ItemHolder& operator=(const ItemHolder&) = delete;
 
+    /// Null once the item has gone with its page.
     [[nodiscard]] CBaseObject* item() const { return m_item; }
 
 private:
-    CBaseObject* m_item;
-};
+    explicit ItemHolder(CBaseObject* item);
 
-using SharedItem = std::shared_ptr<ItemHolder>;
+    QPointer<CBaseObject> m_item;
+    const CBaseObject* m_address;
+};
 
 } // namespace ov3d::apps

@@ -4,6 +4,7 @@
 #include "apps/board/boardwindow.h"
 #include "apps/board/pageview.h"
 #include "apps/common/environment.h"
+#include "apps/common/picturefile.h"
 #include "apps/common/standardstreams.h"
 #include "apps/common/workplace.h"
 #include "apps/document/ov3dservices.h"
@@ -13,7 +14,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTimer>
 
 #include <csignal>
@@ -93,9 +93,8 @@ int takeScreenshot(BoardWindow& window, const QString& path, const StandardStrea
     while ((window.isLoading() || ov3dViewerPending() != 0) && timer.elapsed() < kPicturesLimitMs)
         QApplication::processEvents(QEventLoop::AllEvents, kPollMs);
     QApplication::processEvents();
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || !window.grab().save(&file, "PNG") || !file.commit()) {
-        streams.printErrorLine(QStringLiteral("ov3dboard: %1: %2").arg(path, file.errorString()));
+    if (const QString reason = writePng(path, window.grab().toImage()); !reason.isEmpty()) {
+        streams.printErrorLine(QStringLiteral("ov3dboard: %1: %2").arg(path, reason));
         return kExitNoAccess;
     }
     return window.failureCount() == 0 ? kExitDone : kExitNotShown;

@@ -2,6 +2,7 @@
 
 #include "apps/board/settingwords.h"
 #include "apps/document/itemsettings.h"
+#include "apps/document/livedocument.h"
 
 #include <utility>
 
@@ -77,6 +78,33 @@ void ViewCommand::undo()
 void ViewCommand::redo()
 {
     if (std::exchange(m_redoArmed, true) && m_item && !m_after.returnTo(*m_item))
+        setObsolete(true);
+}
+
+EnvironmentCommand::EnvironmentCommand(LiveDocument& document, CBaseObject& item, const QString& before,
+                                       const QString& after)
+    : m_document(document)
+    , m_item(&item)
+    , m_before(before)
+    , m_after(after)
+{
+    setText(QStringLiteral("Change the environment picture"));
+}
+
+void EnvironmentCommand::undo()
+{
+    apply(m_before);
+}
+
+void EnvironmentCommand::redo()
+{
+    if (std::exchange(m_redoArmed, true))
+        apply(m_after);
+}
+
+void EnvironmentCommand::apply(const QString& file)
+{
+    if (m_item && !m_document.returnToEnvironment(*m_item, file).isEmpty())
         setObsolete(true);
 }
 

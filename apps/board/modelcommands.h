@@ -9,6 +9,8 @@
 
 namespace ov3d::apps {
 
+class LiveDocument;
+
 /// Changes settings of an item, and the view with them where they act on it. Changes of one key in a row are one step.
 class SettingsCommand : public CWbUndoCmd
 {
@@ -50,6 +52,26 @@ private:
     QPointer<CBaseObject> m_item;
     KeptView m_before;
     KeptView m_after;
+    bool m_redoArmed = false;
+};
+
+/// Gives an item another environment picture, or takes it away. Names are those of LiveDocument::environmentOf().
+class EnvironmentCommand : public CWbUndoCmd
+{
+public:
+    /// To be pushed after the picture has changed. @param document  outlives the command.
+    EnvironmentCommand(LiveDocument& document, CBaseObject& item, const QString& before, const QString& after);
+
+    void undo() override;
+    void redo() override;
+
+private:
+    void apply(const QString& file);
+
+    LiveDocument& m_document;
+    QPointer<CBaseObject> m_item;
+    QString m_before;
+    QString m_after;
     bool m_redoArmed = false;
 };
 

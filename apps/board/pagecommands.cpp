@@ -51,6 +51,8 @@ void PresenceCommand::redo()
 void PresenceCommand::setPresent(bool present)
 {
     CBaseObject* item = m_item->item();
+    if (!item)
+        return;
     if (!present) {
         m_above = itemsAbove(*m_page, item);
         m_page->takeObject(item);
@@ -63,6 +65,38 @@ void PresenceCommand::setPresent(bool present)
             return;
         }
     }
+}
+
+PagePresenceCommand::PagePresenceCommand(DocumentPages& pages, SharedPage page, int index, Kind kind)
+    : m_pages(pages)
+    , m_page(std::move(page))
+    , m_index(index)
+    , m_kind(kind)
+{
+    setText(kind == Kind::insertion ? QStringLiteral("Add page") : QStringLiteral("Remove page"));
+}
+
+const COvPage* PagePresenceCommand::pageTakenBy(bool undo) const
+{
+    return undo == (m_kind == Kind::insertion) ? m_page.get() : nullptr;
+}
+
+void PagePresenceCommand::undo()
+{
+    setPresent(m_kind == Kind::removal);
+}
+
+void PagePresenceCommand::redo()
+{
+    setPresent(m_kind == Kind::insertion);
+}
+
+void PagePresenceCommand::setPresent(bool present)
+{
+    if (present)
+        m_pages.insertPage(m_index, m_page);
+    else
+        m_pages.takePage(m_pages.indexOf(m_page.get()));
 }
 
 LockCommand::LockCommand(CBaseObject* item, bool locked)

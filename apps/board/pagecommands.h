@@ -2,6 +2,7 @@
 
 #include "apps/board/itemholder.h"
 #include "apps/board/selectionframe.h"
+#include "apps/document/documentpages.h"
 #include "host/framework/framework.h"
 
 #include <QList>
@@ -31,6 +32,35 @@ private:
     SharedItem m_item;
     Kind m_kind;
     QList<QPointer<CBaseObject>> m_above; ///< what lay above the item when it was taken off, the lowest first
+};
+
+/// Puts a page into the document, or takes it away with everything that is on it. A page that comes back is as it was.
+class PagePresenceCommand : public CWbUndoCmd
+{
+public:
+    enum class Kind
+    {
+        insertion,
+        removal,
+    };
+
+    /// @param pages  outlives the command.
+    /// @param index  where the page is, or is to be.
+    PagePresenceCommand(DocumentPages& pages, SharedPage page, int index, Kind kind);
+
+    /// The page that a step of undo, or of redo, takes away; null when it brings one.
+    [[nodiscard]] const COvPage* pageTakenBy(bool undo) const;
+
+    void undo() override;
+    void redo() override;
+
+private:
+    void setPresent(bool present);
+
+    DocumentPages& m_pages;
+    SharedPage m_page;
+    int m_index;
+    Kind m_kind;
 };
 
 /// Locks an item, or unlocks it.

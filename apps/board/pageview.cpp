@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QWheelEvent>
 
+#include <cmath>
 #include <utility>
 
 namespace ov3d::apps {
@@ -17,6 +18,9 @@ namespace {
 constexpr double kReachPixels = 7;
 constexpr double kHandlePixels = 9;
 constexpr double kDotDistance = 40; ///< page units
+constexpr double kDotRadius = 2.5;  ///< page units
+constexpr double kLeastDotPixels = 16;
+constexpr double kLeastScale = 0.0001; // the largest page is a million wide
 constexpr double kMarginPixels = 12;
 const QColor kFrameColour(30, 110, 220);
 const QColor kDeskColour(96, 100, 108);
@@ -197,7 +201,7 @@ void PageView::fitPage()
         return;
     const double scale = qMin((width() - 2 * kMarginPixels) / m_page->size().width(),
                               (height() - 2 * kMarginPixels) / m_page->size().height());
-    setTransform(QTransform::fromScale(qMax(scale, 0.01), qMax(scale, 0.01)));
+    setTransform(QTransform::fromScale(qMax(scale, kLeastScale), qMax(scale, kLeastScale)));
     centerOn(m_page->scene()->sceneRect().center());
 }
 
@@ -208,12 +212,21 @@ void PageView::drawBackground(QPainter* painter, const QRectF& area)
         return;
     const QRectF page = m_page->scene()->sceneRect();
     painter->fillRect(page, Qt::white);
-    // A pattern, so that one sees the page wherever a model does not cover it.
+    // A pattern, so that one sees the page wherever a model does not cover it. Wider apart where the page is shown
+    // small.
+    const double scale = painter->worldTransform().m11();
+    const double enlargement = std::exp2(std::ceil(std::log2(qMax(1.0, kLeastDotPixels / (kDotDistance * scale)))));
+    const double distance = kDotDistance * enlargement;
+    const double radius = kDotRadius * enlargement;
+    const QRectF shown = page & area.adjusted(-radius, -radius, radius, radius);
+    const auto first = [distance](double pageStart, double shownStart) {
+        return pageStart + distance * (0.5 + std::ceil((shownStart - pageStart) / distance - 0.5));
+    };
     painter->setPen(Qt::NoPen);
     painter->setBrush(kDotColour);
-    for (double y = page.top() + kDotDistance / 2; y < page.bottom(); y += kDotDistance) {
-        for (double x = page.left() + kDotDistance / 2; x < page.right(); x += kDotDistance)
-            painter->drawEllipse(QPointF(x, y), 2.5, 2.5);
+    for (double y = first(page.top(), shown.top()); y < shown.bottom(); y += distance) {
+        for (double x = first(page.left(), shown.left()); x < shown.right(); x += distance)
+            painter->drawEllipse(QPointF(x, y), radius, radius);
     }
 }
 

@@ -118,12 +118,9 @@ void SettingsPanel::showItem(CBaseObject* item)
 {
     const auto settings = item ? readSettings(*item) : std::nullopt;
     widget()->setEnabled(settings && !item->isLocked());
-    if (!settings)
-        return;
     const QScopedValueRollback<bool> filling(m_isFilling, true);
-    for (auto field = m_fields.begin(); field != m_fields.end(); ++field) {
-        field->set(settings->value(field.key()));
-    }
+    for (auto field = m_fields.begin(); field != m_fields.end(); ++field)
+        field->set(settings ? settings->value(field.key()) : QJsonValue(QJsonValue::Undefined));
 }
 
 void SettingsPanel::report(const QString& key, const QJsonValue& value)
@@ -160,7 +157,7 @@ SettingsPanel::Field SettingsPanel::choiceField(const QString& key)
     auto* box = new QComboBox(this);
     box->addItems(settingChoices(key));
     connect(box, qOverload<int>(&QComboBox::activated), this, [this, key](int index) { report(key, index); });
-    return {box, [box](const QJsonValue& value) { box->setCurrentIndex(value.toInt()); }};
+    return {box, [box](const QJsonValue& value) { box->setCurrentIndex(value.toInt(-1)); }};
 }
 
 SettingsPanel::Field SettingsPanel::integerField(const SettingInfo& info)
@@ -172,7 +169,11 @@ SettingsPanel::Field SettingsPanel::integerField(const SettingInfo& info)
     box->setGroupSeparatorShown(true);
     box->setKeyboardTracking(false);
     connect(box, qOverload<int>(&QSpinBox::valueChanged), this, [this, key](int value) { report(key, value); });
-    return {box, [box](const QJsonValue& value) { box->setValue(value.toInt()); }};
+    return {box, [box](const QJsonValue& value) {
+                box->setValue(value.toInt());
+                if (value.isUndefined())
+                    box->clear();
+            }};
 }
 
 SettingsPanel::Field SettingsPanel::numbersField(const SettingInfo& info)
@@ -201,8 +202,11 @@ SettingsPanel::Field SettingsPanel::numbersField(const SettingInfo& info)
         });
     }
     return {row, [boxes](const QJsonValue& value) {
-                for (int i = 0; i < boxes.size(); ++i)
+                for (int i = 0; i < boxes.size(); ++i) {
                     boxes[i]->setValue(value.toArray().at(i).toDouble());
+                    if (value.isUndefined())
+                        boxes[i]->clear();
+                }
             }};
 }
 
@@ -216,13 +220,21 @@ SettingsPanel::Field SettingsPanel::colourField(const QString& key)
         button->setIcon(isNone ? QIcon() : patchOf(colour));
     };
     connect(button, &QPushButton::clicked, this, [this, key, button, show] {
-        const QColor chosen = QColorDialog::getColor(button->property("colour").value<QColor>(), this, settingTitle(key));
+        const QColor chosen =
+            QColorDialog::getColor(button->property("colour").value<QColor>(), this, settingTitle(key));
         if (!chosen.isValid())
             return;
         show(chosen);
         report(key, numbersOf(chosen));
     });
-    return {button, [show](const QJsonValue& value) { show(colourOf(value)); }};
+    return {button, [button, show](const QJsonValue& value) {
+                if (!value.isUndefined()) {
+                    show(colourOf(value));
+                    return;
+                }
+                button->setText({});
+                button->setIcon({});
+            }};
 }
 
 } // namespace ov3d::apps

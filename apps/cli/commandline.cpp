@@ -1,6 +1,7 @@
 #include "apps/cli/commandline.h"
 
 #include "apps/cli/wordreader.h"
+#include "apps/common/picturefile.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -70,7 +71,9 @@ bool readRenderOption(WordReader& words, RenderCommand& render, QString& error)
     }
     if (isOutput) {
         render.output = value;
-        return true;
+        if (!isPngName(value))
+            error = QStringLiteral("%1 is not the name of a PNG picture (OUT.png)").arg(value);
+        return error.isEmpty();
     }
     if (isSize)
         return readSize(value, render.size.emplace(), error);
@@ -359,13 +362,14 @@ QString helpText()
         "  --page N               which page, 1 without it\n"
         "  --json                 print one JSON object: file, format, width, height, seconds_to_first_frame,\n"
         "                         opaque_share (share of the pixels that show the model, 0 to 1),\n"
-        "                         hit_rectangles (rectangles of the item's hit shape), missing, error\n"
+        "                         hit_rectangles (rectangles of the item's hit shape), missing, notes (what was\n"
+        "                         repaired or left out), error\n"
         "  --set KEY=VALUE        a setting, as for set; may be given several times\n"
         "  --gesture GESTURE      what a hand does before the picture is taken, in pixels of the picture; may be\n"
         "                         given several times: drag:X,Y-X,Y[:left|right|middle][:shift|alt|ctrl],\n"
         "                         wheel:N@X,Y[:shift], undo, redo\n"
         "\n"
-        "check prints one line a file: what it is, and why it is refused.\n"
+        "check prints one line a file: what it is, and why it is refused or cannot be shown, or what it misses.\n"
         "\n"
         "check-viewer drives a viewer library through the viewer contract (docs/viewer-contract.md) and prints a line\n"
         "a rule, or with --json one object; it exits with 1 when a rule is broken.\n"

@@ -3,6 +3,7 @@
 #include "apps/cli/documentsession.h"
 #include "apps/cli/renderreport.h"
 #include "apps/common/modelfile.h"
+#include "apps/common/picturefile.h"
 #include "apps/common/standardstreams.h"
 #include "apps/document/pagepicture.h"
 #include "apps/document/placeholderitem.h"
@@ -102,9 +103,8 @@ ExitCode changeItem(DocumentSession& session, const SetCommand& command)
         return code == kExitDone ? kExitNotShown : code;
 
     QString error;
-    if (const auto& environment = command.changes.environment)
-        error = session.document().setEnvironment(*item,
-                                                  environment->isEmpty() ? QString() : session.absolute(*environment));
+    if (command.changes.environment)
+        error = session.setEnvironment(*item, *command.changes.environment);
     if (error.isEmpty())
         error = applyItemChanges(*item, command.changes);
     if (!error.isEmpty())

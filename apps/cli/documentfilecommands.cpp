@@ -105,16 +105,22 @@ QJsonObject documentFacts(const COvDocumentFile& file, const QString& name)
     };
 }
 
+/// Without an exponent, up to the largest page.
+QString plain(double units)
+{
+    return QString::number(units, 'g', 10);
+}
+
 QString itemLine(const COvDocumentFile& file, const OvDocumentItem& item, int number)
 {
     const QRectF frame = itemFrame(item);
     QString line = QStringLiteral("  %1: %2, %3 x %4 at %5, %6")
                        .arg(number)
                        .arg(itemName(item))
-                       .arg(frame.width())
-                       .arg(frame.height())
-                       .arg(frame.x())
-                       .arg(frame.y());
+                       .arg(plain(frame.width()))
+                       .arg(plain(frame.height()))
+                       .arg(plain(frame.x()))
+                       .arg(plain(frame.y()));
     if (item.host.value(QLatin1String("locked")).toBool())
         line += QStringLiteral(", locked");
     const QStringList missing = missingFiles(file, item);
@@ -129,7 +135,9 @@ QStringList documentLines(const COvDocumentFile& file)
     int page = 0;
     int number = 0;
     for (const OvDocumentPage& saved : file.content().pages) {
-        lines << QStringLiteral("page %1: %2 x %3").arg(++page).arg(saved.size.width()).arg(saved.size.height());
+        lines << QStringLiteral("page %1: %2 x %3")
+                     .arg(++page)
+                     .arg(plain(saved.size.width()), plain(saved.size.height()));
         for (const OvDocumentItem& item : saved.items)
             lines << itemLine(file, item, ++number);
     }

@@ -1,8 +1,11 @@
 #include "apps/cli/documentsession.h"
 
 #include "apps/cli/progressbar.h"
+#include "apps/cli/renderreport.h"
 #include "apps/common/modelfile.h"
 #include "apps/common/standardstreams.h"
+#include "apps/document/itemrecord.h"
+#include "apps/document/itemstate.h"
 #include "apps/document/ov3dservices.h"
 #include "viewer/session/ov3dviewer.h"
 
@@ -119,20 +122,41 @@ ExitCode DocumentSession::settle()
     return fail(kExitNotShown, {}, QStringLiteral("the picture was not finished in time"));
 }
 
+QString DocumentSession::setEnvironment(CBaseObject& item, const QString& name)
+{
+    const QString path = name.isEmpty() ? QString() : absolute(name);
+    if (const QString error = m_document->setEnvironment(item, path); !error.isEmpty())
+        return withFileName(error, path, name);
+    m_environment = name;
+    const QString copy = itemRecord(item).host.value(environmentKey()).toString();
+    m_environmentCopy = copy.isEmpty() ? QString() : m_document->file().workingFolder() + QLatin1Char('/') + copy;
+    return {};
+}
+
+/// Without paths of the working folder, which nobody has chosen.
+QString DocumentSession::withUserNames(const QString& text) const
+{
+    QString known = withFileName(text, m_environmentCopy, m_environment);
+    if (known == text)
+        known = withFileName(text, QFileInfo(m_environmentCopy).fileName(), m_environment);
+    return m_document->withoutWorkingFolder(known);
+}
+
 ExitCode DocumentSession::tellEvents(const QString& subject)
 {
     // The reason of an item that failed is among the warnings.
     ExitCode code = std::exchange(m_hasFailedItem, false) ? kExitNotShown : kExitDone;
     for (const QString& warning : std::exchange(m_warned, {}))
-        fail(kExitDone, subject, warning);
+        fail(kExitDone, subject, withUserNames(warning));
     m_hasNote = false;
     for (const ViewerEvent& event : viewerEvents().take()) {
-        m_hasNote = m_hasNote || event.kind == ViewerEvent::Kind::note;
+        const QString note = noteOf(event);
+        m_hasNote = m_hasNote || !note.isEmpty();
         const QString name = subject + QStringLiteral(": ") + QFileInfo(event.model).fileName();
         if (event.kind == ViewerEvent::Kind::card)
             code = fail(kExitNotShown, name, event.reason);
-        else if (event.kind == ViewerEvent::Kind::note)
-            fail(kExitDone, name, event.reason);
+        else if (!note.isEmpty())
+            fail(kExitDone, name, withUserNames(note));
         else if (event.kind == ViewerEvent::Kind::missing)
             fail(kExitDone, name, QStringLiteral("shown without %1").arg(event.files.join(QStringLiteral(", "))));
     }

@@ -41,9 +41,14 @@ public:
     ExitCode settle();
 
     /// Whether every model has been shown: a line on standard error for each that ended in a card or in nothing, for
-    /// side files that are missing, and for what of the items could not be restored.
+    /// side files and environment pictures that it is shown without, and for what of the items could not be restored.
     /// @param subject  begins each line.
     ExitCode tellEvents(const QString& subject);
+
+    /// Lights an item with a copy of the user's environment picture, or with none.
+    /// @param name  as the user wrote it; lines about the copy name it too.
+    /// @return an empty text, or why nothing has changed.
+    QString setEnvironment(CBaseObject& item, const QString& name);
 
     /// Whether a picture had to do without something, as the last tellEvents() has told: an environment picture.
     [[nodiscard]] bool hasNote() const { return m_hasNote; }
@@ -51,8 +56,12 @@ public:
     ExitCode fail(ExitCode code, const QString& subject, const QString& reason) const;
 
 private:
+    [[nodiscard]] QString withUserNames(const QString& text) const;
+
     const StandardStreams& m_streams;
     const QString m_folder;
+    QString m_environment;     ///< as the user wrote it
+    QString m_environmentCopy; ///< its path in the working folder
     Workplace m_workplace;
     Plugin m_plugin;
     std::unique_ptr<LiveDocument> m_document;

@@ -4,6 +4,7 @@
 #include "apps/cli/progressbar.h"
 #include "apps/cli/renderreport.h"
 #include "apps/common/modelfile.h"
+#include "apps/common/picturefile.h"
 #include "apps/common/standardstreams.h"
 #include "apps/common/viewerevents.h"
 #include "apps/common/workplace.h"
@@ -138,17 +139,23 @@ private:
         return true;
     }
 
+    /// As the viewer is told of the user's environment picture; empty without one.
+    [[nodiscard]] QString environmentPath() const
+    {
+        const QString name = m_command.changes.environment.value_or(QString());
+        return name.isEmpty() ? QString() : QDir(m_folder).absoluteFilePath(name);
+    }
+
     QString applyChanges(CBaseObject& item)
     {
         // A model that is shown without a document has nowhere to keep a copy, and needs none.
         if (m_command.changes.environment) {
-            const QString& name = *m_command.changes.environment;
-            const QString path = name.isEmpty() ? QString() : QDir(m_folder).absoluteFilePath(name);
+            const QString path = environmentPath();
             QString error = path.isEmpty() ? QString() : whyNoEnvironment(path);
             if (error.isEmpty())
                 error = sendEnvironment(item, path, path);
             if (!error.isEmpty())
-                return error;
+                return withFileName(error, path, *m_command.changes.environment);
         }
         return applyItemChanges(item, m_command.changes);
     }
@@ -167,15 +174,18 @@ private:
     ExitCode tellEvents(const std::vector<ViewerEvent>& events)
     {
         const ViewerEvent* card = nullptr;
+        QStringList without;
         for (const ViewerEvent& event : events) {
             if (event.kind == ViewerEvent::Kind::card)
                 card = &event;
             else if (event.kind == ViewerEvent::Kind::missing)
                 m_report.missing += event.files;
             m_report.notes += event.notes;
-            if (event.kind == ViewerEvent::Kind::note)
-                m_report.notes << event.reason;
+            if (const QString note = noteOf(event); !note.isEmpty())
+                without << withFileName(note, environmentPath(), m_command.changes.environment.value_or(QString()));
         }
+        without.removeDuplicates();
+        m_report.notes += without;
         m_report.notes.removeDuplicates();
         m_report.missing.removeDuplicates();
         if (card)
@@ -183,6 +193,8 @@ private:
         if (!m_report.missing.isEmpty())
             m_streams.printErrorLine(QStringLiteral("ov3d: %1: shown without %2")
                                          .arg(m_command.model, m_report.missing.join(QStringLiteral(", "))));
+        for (const QString& note : without)
+            m_streams.printErrorLine(QStringLiteral("ov3d: %1: %2").arg(m_command.model, note));
         return kExitDone;
     }
 

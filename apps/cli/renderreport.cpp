@@ -1,9 +1,8 @@
 #include "apps/cli/renderreport.h"
 
-#include <QImage>
-#include <QImageWriter>
+#include "apps/common/viewerevents.h"
+
 #include <QJsonArray>
-#include <QSaveFile>
 
 namespace ov3d::apps {
 
@@ -27,15 +26,19 @@ QJsonObject toJson(const RenderReport& report)
     };
 }
 
-QString writePng(const QString& path, const QImage& image)
+QString noteOf(const ViewerEvent& event)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    QImageWriter writer(&file, "png");
-    if (!writer.write(image.convertToFormat(QImage::Format_ARGB32)))
-        return file.error() == QFileDevice::NoError ? writer.errorString() : file.errorString();
-    return file.commit() ? QString() : file.errorString();
+    if (event.kind == ViewerEvent::Kind::note)
+        return event.reason;
+    // A renderer that has been started again is nobody's concern, unless the picture is another one since.
+    const bool isLess =
+        event.kind == ViewerEvent::Kind::restarted && event.reason.contains(QLatin1String("shown without"));
+    return isLess ? event.reason : QString();
+}
+
+QString withFileName(QString text, const QString& path, const QString& name)
+{
+    return path.isEmpty() ? text : text.replace(path, name);
 }
 
 } // namespace ov3d::apps

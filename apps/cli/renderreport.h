@@ -11,6 +11,8 @@ class QImage;
 
 namespace ov3d::apps {
 
+struct ViewerEvent;
+
 /// What "ov3d render" has found out, as --json prints it. What is not known is null there.
 struct RenderReport
 {
@@ -27,7 +29,12 @@ struct RenderReport
 
 QJsonObject toJson(const RenderReport& report);
 
-/// Writes an RGBA PNG under a temporary name and renames it. @return an empty text, or the reason of a failure.
-QString writePng(const QString& path, const QImage& image);
+/// What a picture had to do without that was asked for: a user's environment picture that cannot be read, or that a
+/// renderer died of. Empty when the event is none of that kind.
+QString noteOf(const ViewerEvent& event);
+
+/// The text with a file's name, as the user knows it, in place of the path that a viewer got. An empty path changes
+/// nothing.
+QString withFileName(QString text, const QString& path, const QString& name);
 
 } // namespace ov3d::apps

@@ -9,8 +9,8 @@
 #include "apps/document/itemsettings.h"
 #include "apps/document/itemstate.h"
 #include "apps/document/livedocumentprivate.h"
-#include "apps/document/pagepicture.h"
 #include "apps/document/placeholderitem.h"
+#include "host/document/temporaryfolder.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -24,18 +24,10 @@ namespace ov3d::apps {
 
 namespace {
 
-constexpr const char* kPageProperty = "ov3dUnknownKeys";
 constexpr QSizeF kNurserySize(1, 1);
-constexpr QLatin1String kLockedKey("locked");
-constexpr QLatin1String kRectKey("obj_rect");
 constexpr QLatin1String kPreviewSuffix("_3dpreview.png");
 constexpr double kFrameWidth = 1280; ///< an item's own first size
 constexpr double kFrameHeight = 960;
-
-QJsonArray arrayOf(const QRectF& frame)
-{
-    return {frame.x(), frame.y(), frame.width(), frame.height()};
-}
 
 /// A viewer gets paths of at most kMaxPathBytes. Where the working folder's own leaves too little for the models,
 /// they are reached through a short link to it.
@@ -77,6 +69,11 @@ QRectF itemFrame(const OvDocumentItem& record)
     return boundedFrame(numbers.size() == 4 ? QRectF(number(0), number(1), number(2), number(3)) : QRectF());
 }
 
+QJsonArray arrayOf(const QRectF& frame)
+{
+    return {frame.x(), frame.y(), frame.width(), frame.height()};
+}
+
 QRectF boundedFrame(const QRectF& frame)
 {
     // A document may come from anywhere, and a page has no use for an item of millions.
@@ -104,9 +101,10 @@ QString whyFrameChanged(const OvDocumentItem& record)
 LiveDocument::LiveDocument(DocumentServices services, std::unique_ptr<COvDocumentFile> file)
     : m_services(std::move(services))
     , m_file(std::move(file))
-    , m_links(QDir::tempPath() + QLatin1Char('/'), QStringLiteral("ov3d-links-"))
-    , m_pages(rootOf(*m_file, m_links))
-    , m_nursery(&m_pages, kNurserySize)
+    , m_links(document::temporaryFolder() + QLatin1Char('/'), QStringLiteral("ov3d-links-"))
+    , m_working(rootOf(*m_file, m_links))
+    , m_pages(m_working)
+    , m_nursery(&m_working, kNurserySize)
     , m_loader(m_services.abandonLoad)
     , m_warnings(m_file->warnings())
 {
@@ -137,21 +135,16 @@ LiveDocument::~LiveDocument()
 {
     m_loader.cancelAll();
     m_loader.wait();
-    // Commands may hold items that have been taken off a page.
-    m_pages.undoStack()->clear();
-    for (int i = 0; i < m_pages.pageCount(); ++i) {
-        COvPage* page = m_pages.page(i);
-        for (COVRootObject* object : page->objects()) {
-            auto* item = dynamic_cast<CBaseObject*>(object);
-            if (item && !dynamic_cast<PlaceholderItem*>(item) && page->takeObject(item))
-                reapItem(item);
-        }
-    }
+    finishSave();
+    // Commands may hold items that have been taken off a page, and pages.
+    m_working.undoStack()->clear();
 }
 
 COvPage* LiveDocument::addPage(const QSizeF& size)
 {
-    return m_pages.addPage(size);
+    const SharedPage page = m_pages.makePage(size);
+    m_pages.insertPage(m_pages.pageCount(), page);
+    return page.get();
 }
 
 void LiveDocument::makePages()
@@ -174,7 +167,7 @@ PlaceholderItem* LiveDocument::addPlaceholder(COvPage& page, const OvDocumentIte
     setItemRecord(*placeholder, record);
     for (const QString& file : entryFiles(itemEntries(record.entries))) {
         if (file.endsWith(kPreviewSuffix))
-            placeholder->setPicture(m_pages.root() + QLatin1Char('/') + file);
+            placeholder->setPicture(m_working.root() + QLatin1Char('/') + file);
     }
     page.addObject(placeholder);
     return placeholder;
@@ -219,7 +212,7 @@ void LiveDocument::load(PlaceholderItem& placeholder)
     auto arriving = std::make_shared<Arriving>();
     arriving->placeholder = &placeholder;
     arriving->record = itemRecord(placeholder);
-    const QString model = m_pages.root() + QLatin1Char('/') + arriving->record.model;
+    const QString model = m_working.root() + QLatin1Char('/') + arriving->record.model;
     if (arriving->record.model.isEmpty() || !isPlainRelativePath(arriving->record.model)) {
         fail(*arriving, QStringLiteral("has no model"));
         return;
@@ -234,7 +227,7 @@ void LiveDocument::load(PlaceholderItem& placeholder)
     }
     placeholder.showLoading();
     arriving->item = createHidden(placeholder.getObjRect());
-    QJsonObject text = readableText(m_pages, arriving->record.entries, arriving->record.model);
+    QJsonObject text = readableText(m_working, arriving->record.entries, arriving->record.model);
     // The item believes its own text, so that has to say what has been accepted.
     if (!whyFrameChanged(arriving->record).isEmpty())
         text.insert(kRectKey, arrayOf(itemFrame(arriving->record)));
@@ -255,12 +248,12 @@ LoaderThread::Id LiveDocument::insertModel(COvPage& page, const QString& model, 
     arriving->item = createHidden(frame);
     return startLoad(arriving, [this, model, arriving](const std::atomic<bool>& cancelled) {
         InsertedModel inserted;
-        QString error = copyModelIn(m_pages, model, m_services.listFiles, cancelled, inserted);
+        QString error = copyModelIn(m_working, model, m_services.listFiles, cancelled, inserted);
         arriving->record.model = inserted.model;
         arriving->record.files = inserted.files;
         if (!error.isEmpty() || cancelled)
             return error;
-        const QString path = m_pages.root() + QLatin1Char('/') + inserted.model;
+        const QString path = m_working.root() + QLatin1Char('/') + inserted.model;
         COVRootObject* root = arriving->item;
         if (const QString reason = whyPathRefused(path); !reason.isEmpty())
             error = QStringLiteral("%1: %2").arg(model, reason);
@@ -314,7 +307,7 @@ QString LiveDocument::whyNotLoaded(const OvDocumentItem& record, const QString& 
 {
     if (!error.isEmpty())
         return error;
-    const QString reason = examineModelFile(m_pages.root() + QLatin1Char('/') + record.model).reason;
+    const QString reason = examineModelFile(m_working.root() + QLatin1Char('/') + record.model).reason;
     return reason.isEmpty() ? QStringLiteral("cannot be loaded") : reason;
 }
 
@@ -346,7 +339,7 @@ void LiveDocument::fail(Arriving& arriving, const QString& reason)
     auto* placeholder = dynamic_cast<PlaceholderItem*>(arriving.placeholder.data());
     if (arriving.isNew) {
         if (const QString folder = itemFolderOf(arriving.record.model); !folder.isEmpty())
-            QDir(m_pages.root() + QLatin1Char('/') + folder).removeRecursively();
+            QDir(m_working.root() + QLatin1Char('/') + folder).removeRecursively();
         if (placeholder)
             placeholder->Release();
     } else if (placeholder) {
@@ -359,6 +352,12 @@ void LiveDocument::fail(Arriving& arriving, const QString& reason)
 }
 
 /// What the item's own text and stream do not carry. In this order: nobody may change a locked item.
+QString LiveDocument::withoutWorkingFolder(QString text) const
+{
+    // The viewer knows it by a shorter path.
+    return text.remove(m_working.root() + QLatin1Char('/')).remove(m_file->workingFolder() + QLatin1Char('/'));
+}
+
 void LiveDocument::restoreState(CBaseObject& item, const OvDocumentItem& record)
 {
     QStringList refusals;
@@ -373,7 +372,7 @@ void LiveDocument::restoreState(CBaseObject& item, const OvDocumentItem& record)
         // Of the item's own files alone: a document may name any file of this machine's.
         const QString folder = itemFolderOf(record.model);
         const bool isOwn = isPlainRelativePath(environment) && itemFolderOf(environment) == folder;
-        const QString path = m_pages.root() + QLatin1Char('/') + environment;
+        const QString path = m_working.root() + QLatin1Char('/') + environment;
         QString error = isOwn ? whyNoEnvironment(path) : QStringLiteral("%1: is no file of the item").arg(environment);
         if (error.isEmpty())
             error = sendEnvironment(item, path, environment);
@@ -381,60 +380,8 @@ void LiveDocument::restoreState(CBaseObject& item, const OvDocumentItem& record)
             refusals << error;
     }
     for (const QString& refusal : refusals)
-        warn(QStringLiteral("%1: %2").arg(itemName(record), refusal));
+        warn(QStringLiteral("%1: %2").arg(itemName(record), withoutWorkingFolder(refusal)));
     item.setLocked(record.host.value(kLockedKey).toBool());
-}
-
-bool LiveDocument::saveItem(CBaseObject& item, OvDocumentItem& record, QString& error)
-{
-    record = itemRecord(item);
-    if (const auto* placeholder = dynamic_cast<PlaceholderItem*>(&item)) {
-        // What waits keeps the document's own words; what has failed may have been moved.
-        const QRectF frame = item.getObjRect();
-        if (placeholder->state() == PlaceholderItem::State::failed && frame != itemFrame(record))
-            record.entries.insert(kRectKey, arrayOf(frame));
-        return true;
-    }
-    if (!saveItemState(item, m_pages.root(), record, error))
-        return false;
-    record.host.insert(QStringLiteral("type"), item.GetType());
-    record.host.insert(kLockedKey, item.isLocked());
-    setItemRecord(item, record);
-    return true;
-}
-
-bool LiveDocument::collect(OvDocumentContent& content, QString& error)
-{
-    OvDocumentContent collected;
-    collected.unknown = m_file->content().unknown;
-    for (int i = 0; i < m_pages.pageCount(); ++i) {
-        COvPage* page = m_pages.page(i);
-        OvDocumentPage saved;
-        saved.size = page->size();
-        saved.unknown = page->scene()->property(kPageProperty).toJsonObject();
-        for (COVRootObject* object : page->objects()) {
-            auto* item = dynamic_cast<CBaseObject*>(object);
-            auto* placeholder = dynamic_cast<PlaceholderItem*>(object);
-            if (!item || (placeholder && placeholder->state() == PlaceholderItem::State::arriving))
-                continue;
-            OvDocumentItem record;
-            if (!saveItem(*item, record, error))
-                return false;
-            saved.items.append(record);
-        }
-        collected.pages.append(saved);
-    }
-    content = collected;
-    return true;
-}
-
-bool LiveDocument::save(const QString& path, QString& error)
-{
-    OvDocumentContent content;
-    if (!collect(content, error))
-        return false;
-    const QImage preview = m_pages.pageCount() > 0 ? pagePreview(*m_pages.page(0)) : QImage();
-    return m_file->save(path, content, preview, error);
 }
 
 } // namespace ov3d::apps

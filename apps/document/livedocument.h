@@ -1,24 +1,27 @@
 #pragma once
 
 #include "apps/common/linkfolder.h"
+#include "apps/document/documentpages.h"
 #include "apps/document/documentservices.h"
 #include "apps/document/loaderthread.h"
+#include "apps/document/saverthread.h"
 #include "apps/document/workingdocument.h"
 #include "host/document/documentfile.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QImage>
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
 #include <QPointF>
+#include <QPointer>
 #include <QRectF>
 #include <QStringList>
 
 #include <functional>
 #include <memory>
 
-class CBaseObject;
 class COvPage;
 
 namespace ov3d::apps {
@@ -30,7 +33,10 @@ struct ClippedItem;
 ///
 /// An item that is not loaded stands on its page as a placeholder, which the loaded item then replaces at the same
 /// place and height. So pages can be shown, and documents saved, whatever is loaded; nobody can resize, lock, draw or
-/// release an item while its load runs, since nobody has it. GUI thread.
+/// release an item while its load runs, since nobody has it.
+///
+/// A save reads the files of the working folder on a thread of its own, so nothing there is taken away or overwritten
+/// while it runs, but for what it has read before. GUI thread.
 class LiveDocument : public QObject
 {
     Q_OBJECT
@@ -47,15 +53,22 @@ public:
     /// Never null.
     static std::unique_ptr<LiveDocument> fromFile(std::unique_ptr<COvDocumentFile> file, DocumentServices services);
 
-    /// Ends a load that is running; hands the items to the reaper; removes the working folder.
+    /// Ends a load that is running; waits for a save; hands the items to the reaper; removes the working folder.
     ~LiveDocument() override;
     Q_DISABLE_COPY_MOVE(LiveDocument)
 
-    [[nodiscard]] COvDocument& pages() { return m_pages; }
+    [[nodiscard]] DocumentPages& pages() { return m_pages; }
+
+    /// The working folder, by a path that is short enough for the viewer, and the undo stack.
+    [[nodiscard]] COvDocument& working() { return m_working; }
     [[nodiscard]] const COvDocumentFile& file() const { return *m_file; }
+
+    /// The text with files of the working folder, which nobody has chosen, named as the document names them.
+    [[nodiscard]] QString withoutWorkingFolder(QString text) const;
+
     [[nodiscard]] LoaderThread& loader() { return m_loader; }
 
-    COvPage* addPage(const QSizeF& size);
+    COvPage* addPage(const QSizeF& size); ///< behind the others
 
     /// Every item of the document, pages in order, each from the lowest to the topmost; placeholders included.
     [[nodiscard]] QList<CBaseObject*> items() const;
@@ -85,6 +98,12 @@ public:
     /// nothing has changed.
     QString setEnvironment(CBaseObject& item, const QString& path);
 
+    /// The same with a picture that environmentOf() has named; it stays in the working folder for undo.
+    QString returnToEnvironment(CBaseObject& item, const QString& file);
+
+    /// The item's environment picture, relative to the working folder; empty for none.
+    [[nodiscard]] static QString environmentOf(const CBaseObject& item);
+
     /// Copies items that have been loaded. @return the bytes for the clipboard (kItemClipType); empty with `error` set.
     QByteArray copyItems(const QList<CBaseObject*>& items, QString& error);
 
@@ -94,13 +113,26 @@ public:
 
     // --- saving
 
-    /// Asks every loaded item for its state. @return false with `error` naming the item and the reason; the document is
-    /// as it was.
-    bool collect(OvDocumentContent& content, QString& error);
+    /// Asks every loaded item for its state, which takes long enough to be seen.
+    /// @param pause  called between two items; it may run an event loop that takes no input. May be empty.
+    /// @return false with `error` naming the item and the reason; the document is as it was.
+    bool collect(OvDocumentSnapshot& snapshot, QString& error, const std::function<void()>& pause);
 
-    /// Saves to a path, or where the document came from. @return false with `error` set; the old file is untouched
-    /// then.
+    /// Saves to a path. Blocks. @return false with `error` set; the old file is untouched then.
     bool save(const QString& path, QString& error);
+
+    /// Asks the items for their state and begins to save it on another thread; saveEnded() tells how that went. What is
+    /// changed once it has returned is not in the file. Waits for a save that runs already.
+    /// @return false with `error` as collect() sets it; nothing has begun then.
+    bool startSave(const QString& path, QString& error, const std::function<void()>& pause);
+
+    /// From the moment at which the items are asked.
+    [[nodiscard]] bool isSaving() const { return m_isCollecting || m_saver.isRunning(); }
+    [[nodiscard]] bool isCollecting() const { return m_isCollecting; }
+    [[nodiscard]] QString savingPath() const { return m_savingPath; } ///< empty when nothing is being saved
+
+    /// Blocks until a save that runs has ended; saveEnded() has been emitted then.
+    void finishSave();
 
 Q_SIGNALS:
     /// The item has taken the placeholder's place; the placeholder ends right after.
@@ -109,6 +141,9 @@ Q_SIGNALS:
     /// Nothing will take the placeholder's place; it says why.
     void itemFailed(CBaseObject* placeholder, const QString& reason);
 
+    /// What startSave() began is over. @param error  empty, or why the old file is still the one there is.
+    void saveEnded(const QString& path, const QString& error);
+
     /// A line has been added to warnings(). Those of the file itself are there before anybody can listen.
     void warned(const QString& text);
 
@@ -116,6 +151,14 @@ private:
     LiveDocument(DocumentServices services, std::unique_ptr<COvDocumentFile> file);
 
     struct Arriving;
+
+    /// What an item has handed over for a save.
+    struct AskedItem
+    {
+        QPointer<CBaseObject> item; ///< null once it has gone
+        OvDocumentItem record;
+    };
+    using AskedItems = QHash<const CBaseObject*, AskedItem>;
 
     void makePages();
     PlaceholderItem* addPlaceholder(COvPage& page, const OvDocumentItem& record, const QRectF& frame,
@@ -129,6 +172,9 @@ private:
     void fail(Arriving& arriving, const QString& reason);
     void restoreState(CBaseObject& item, const OvDocumentItem& record);
     bool saveItem(CBaseObject& item, OvDocumentItem& record, QString& error);
+    [[nodiscard]] CBaseObject* nextToAsk(const AskedItems& asked) const;
+    void takeSideFiles(const OvDocumentItem& record, OvDocumentSnapshot& snapshot) const;
+    QString applyEnvironment(CBaseObject& item, const QString& file, const QString& shownName);
     bool clipItem(CBaseObject& item, ClippedItem& clip, qint64& room, QString& error);
     void pasteItem(COvPage& page, const ClippedItem& clip, QPointF shift, const Arrival& arrival);
     void warn(const QString& text);
@@ -136,9 +182,13 @@ private:
     DocumentServices m_services;
     std::unique_ptr<COvDocumentFile> m_file;
     LinkFolder m_links;
-    WorkingDocument m_pages;
+    WorkingDocument m_working;
+    DocumentPages m_pages;
     COvPage m_nursery; ///< the page of items while they are loaded: it outlives every page that may be removed
     LoaderThread m_loader;
+    SaverThread m_saver;
+    QString m_savingPath;
+    bool m_isCollecting = false;
     QStringList m_warnings;
 };
 

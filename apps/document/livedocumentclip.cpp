@@ -75,7 +75,7 @@ bool LiveDocument::clipItem(CBaseObject& item, ClippedItem& clip, qint64& room, 
     if (!environment.isEmpty() && !files.contains(environment))
         files << environment;
     for (const QString& file : files) {
-        const QString path = m_pages.root() + QLatin1Char('/') + file;
+        const QString path = m_working.root() + QLatin1Char('/') + file;
         // What the model itself lacks stays missing.
         if (itemFolderOf(file) != folder || !QFileInfo(path).isFile())
             continue;
@@ -111,7 +111,7 @@ QByteArray LiveDocument::copyItems(const QList<CBaseObject*>& items, QString& er
         clips.append(clip);
     }
     for (int i = 0; i < clips.size(); ++i) {
-        const QString folder = m_pages.root() + QLatin1Char('/') + itemFolderOf(itemRecord(*items[i]).model);
+        const QString folder = m_working.root() + QLatin1Char('/') + itemFolderOf(itemRecord(*items[i]).model);
         for (ClippedFile& file : clips[i].files) {
             if (!readFile(folder + QLatin1Char('/') + file.name, file.content, error))
                 return {};
@@ -136,10 +136,10 @@ void LiveDocument::pasteItem(COvPage& page, const ClippedItem& clip, QPointF shi
     auto arriving = std::make_shared<Arriving>();
     arriving->isNew = true;
     arriving->arrival = arrival;
-    const QString folder = m_pages.makeFolder();
+    const QString folder = m_working.makeFolder();
     const auto pathOf = [folder](const QString& name) { return folder + QLatin1Char('/') + name; };
     const auto relative = [this, pathOf](const QString& name) {
-        return QDir(m_pages.root()).relativeFilePath(pathOf(name));
+        return QDir(m_working.root()).relativeFilePath(pathOf(name));
     };
     OvDocumentItem& record = arriving->record;
     record.model = relative(clip.model);
@@ -174,7 +174,7 @@ void LiveDocument::pasteItem(COvPage& page, const ClippedItem& clip, QPointF shi
     // stream, whose load takes the view up.
     QJsonArray state;
     for (const QString& name : clip.state)
-        state.append(m_pages.entryOf(pathOf(name), itemEntriesKey()));
+        state.append(m_working.entryOf(pathOf(name), itemEntriesKey()));
     const QByteArray stream = streamWithModel(*carrier, pathOf(clip.model));
     startLoad(arriving, [item = arriving->item, clip, state, stream, pathOf](const std::atomic<bool>& cancelled) {
         for (const ClippedFile& file : clip.files) {
@@ -188,41 +188,6 @@ void LiveDocument::pasteItem(COvPage& page, const ClippedItem& clip, QPointF shi
         item->load(bytes);
         return QString();
     });
-}
-
-QString LiveDocument::setEnvironment(CBaseObject& item, const QString& path)
-{
-    OvDocumentItem record = itemRecord(item);
-    const QString folder = itemFolderOf(record.model);
-    if (folder.isEmpty())
-        return QStringLiteral("the item has no model");
-    QString relative;
-    if (!path.isEmpty()) {
-        QByteArray content;
-        QString error = whyNoEnvironment(path);
-        if (!error.isEmpty() || !readFile(path, content, error))
-            return error;
-        // A new name each time: a viewer may still read the old one.
-        for (int i = 1; relative.isEmpty() || QFileInfo::exists(m_pages.root() + QLatin1Char('/') + relative); ++i)
-            relative = QStringLiteral("%1/environment%2.hdr").arg(folder).arg(i);
-        error = writeFile(m_pages.root() + QLatin1Char('/') + relative, content);
-        if (!error.isEmpty())
-            return error;
-    }
-    const QString copy = relative.isEmpty() ? QString() : m_pages.root() + QLatin1Char('/') + relative;
-    if (const QString error = sendEnvironment(item, copy, path); !error.isEmpty()) {
-        if (!relative.isEmpty())
-            QFile::remove(copy);
-        return error;
-    }
-    record.files.removeAll(record.host.value(environmentKey()).toString());
-    record.host.remove(environmentKey());
-    if (!relative.isEmpty()) {
-        record.files << relative;
-        record.host.insert(environmentKey(), relative);
-    }
-    setItemRecord(item, record);
-    return {};
 }
 
 } // namespace ov3d::apps

@@ -7,6 +7,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cmath>
 
 namespace ov3d::document {
@@ -141,13 +142,22 @@ bool isPageLength(double length)
     return std::isfinite(length) && length > 0.0 && length <= kMaxPageLength;
 }
 
+QString lengthsProblem(double width, double height)
+{
+    if (isPageLength(width) && isPageLength(height))
+        return {};
+    return std::max(width, height) > kMaxPageLength
+               ? QStringLiteral("is wider or higher than %1 units").arg(kMaxPageLength, 0, 'f', 0)
+               : QStringLiteral("has no size");
+}
+
 QString pageFromJson(QJsonObject json, OvDocumentPage& page)
 {
     const double width = takeKey(json, kWidthKey).toDouble();
     const double height = takeKey(json, kHeightKey).toDouble();
     const QJsonValue items = takeKey(json, kItemsKey);
-    if (!isPageLength(width) || !isPageLength(height))
-        return QStringLiteral("has no size");
+    if (const QString problem = lengthsProblem(width, height); !problem.isEmpty())
+        return problem;
     if (!isAbsentOr(items, QJsonValue::Array))
         return QStringLiteral("has items that are no list");
     const QJsonArray list = items.toArray();
@@ -167,8 +177,10 @@ QString pageFromJson(QJsonObject json, OvDocumentPage& page)
 QString versionProblem(const QJsonValue& format, const QJsonValue& version)
 {
     const int number = version.toInt(kNotANumber);
-    if (format.toString() != kFormatName || number < 1)
+    if (format.toString() != kFormatName || version.isUndefined())
         return QStringLiteral("its document.json does not say that it is a document");
+    if (number < 1)
+        return QStringLiteral("the version of its format is no whole number from 1");
     if (number > kFormatVersion)
         return QStringLiteral("it was written by a newer program: its format has version %1, and this program knows up "
                               "to version %2")
@@ -184,8 +196,7 @@ QByteArray contentToJson(const OvDocumentContent& content, QString& problem)
     QJsonArray pages;
     for (int i = 0; i < content.pages.size(); ++i) {
         const OvDocumentPage& page = content.pages[i];
-        problem = isPageLength(page.size.width()) && isPageLength(page.size.height()) ? QString()
-                                                                                      : QStringLiteral("has no size");
+        problem = lengthsProblem(page.size.width(), page.size.height());
         for (int j = 0; j < page.items.size() && problem.isEmpty(); ++j) {
             problem = filesProblem(page.items[j]);
             if (!problem.isEmpty())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QHash>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QSizeF>
@@ -33,4 +35,15 @@ struct OvDocumentContent
 {
     QVector<OvDocumentPage> pages;
     QJsonObject unknown;
+};
+
+/// Everything that a save writes, settled before it begins, so that the document can be changed meanwhile.
+struct OvDocumentSnapshot
+{
+    OvDocumentContent content;
+    QImage preview; ///< null for none
+
+    /// Files, by their path relative to the working folder, that may change before they have been packed: their bytes.
+    /// All others are read from the working folder.
+    QHash<QString, QByteArray> files;
 };

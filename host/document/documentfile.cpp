@@ -28,6 +28,15 @@ std::unique_ptr<COvDocumentFile> COvDocumentFile::open(const QString& path, QStr
     return result == Failure::None ? std::move(document) : nullptr;
 }
 
+bool COvDocumentFile::save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error)
+{
+    std::unique_ptr<COvWrittenDocument> written = write(path, {content, preview, {}}, error);
+    if (!written)
+        return false;
+    take(std::move(written));
+    return true;
+}
+
 void COvDocumentFile::sweepAbandoned()
 {
     WorkingFolder::sweepAbandoned();

@@ -8,9 +8,23 @@
 
 #include <memory>
 
+/// A document that COvDocumentFile::write() has put in its place, for COvDocumentFile::take(). Holds the lock of the
+/// new file.
+class COvWrittenDocument
+{
+public:
+    virtual ~COvWrittenDocument() = default;
+    COvWrittenDocument(const COvWrittenDocument&) = delete;
+    COvWrittenDocument& operator=(const COvWrittenDocument&) = delete;
+
+protected:
+    COvWrittenDocument() = default;
+};
+
 /// A document file (.ovb) and the private working folder that it is unpacked into.
 ///
-/// A ZIP container: document.json, resources/..., preview.png. All functions block; one thread at a time, any thread.
+/// A ZIP container: document.json, resources/..., preview.png. All functions block; one thread at a time, any thread,
+/// but for write().
 class COvDocumentFile
 {
 public:
@@ -48,12 +62,22 @@ public:
     [[nodiscard]] virtual const OvDocumentContent& content() const = 0; ///< as opened or last saved
     [[nodiscard]] virtual QStringList warnings() const = 0; ///< of open(): missing and damaged resources, a line each
 
-    /// Packs the files that `content` names out of the working folder and replaces `path` in one step; the old file is
-    /// whole until then and after any failure. Saving to another path moves the lock there.
-    /// Named files that are absent are left out. A read-only document can only be saved under another name, and is not
-    /// read-only afterwards. Of an item with several saves in its entries the newest is kept.
-    /// @return false with `error` naming the file and the reason; nothing has changed then.
-    virtual bool save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error) = 0;
+    /// write() and take() in one.
+    bool save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error);
+
+    /// The slow part of a save. Packs the files that the snapshot's content names and replaces `path` in one step; the
+    /// old file is whole until then and after any failure. Named files that are absent are left out. A read-only
+    /// document can only be saved under another name. Of an item with several saves in its entries the newest is kept.
+    ///
+    /// Changes nothing here, so that another thread may call everything meanwhile but take(), save() and another
+    /// write(). What is read from the working folder has to stay there until it returns.
+    /// @return null with `error` naming the file and the reason; nothing has changed then.
+    [[nodiscard]] virtual std::unique_ptr<COvWrittenDocument>
+    write(const QString& path, const OvDocumentSnapshot& snapshot, QString& error) const = 0;
+
+    /// Goes on with what write() of this object has made: path, lock and content are those of the new file, and the
+    /// document is not read-only afterwards. Quick. @param written  not null.
+    virtual void take(std::unique_ptr<COvWrittenDocument> written) = 0;
 
     /// Removes working folders whose programs are gone. Called by create() and open().
     static void sweepAbandoned();

@@ -42,13 +42,12 @@ QString checkWritten(int descriptor)
 }
 
 // An item's own text grows by one save each time; only the newest one counts, and loading reads the first.
-OvDocumentContent newestOf(OvDocumentContent content)
+void keepNewestSaves(OvDocumentContent& content)
 {
     for (OvDocumentPage& page : content.pages) {
         for (OvDocumentItem& item : page.items)
             COvDocument::keepNewestSave(item.entries);
     }
-    return content;
 }
 
 bool rewindEmpty(int descriptor)
@@ -56,12 +55,22 @@ bool rewindEmpty(int descriptor)
     return ::ftruncate(descriptor, 0) == 0 && ::lseek(descriptor, 0, SEEK_SET) == 0;
 }
 
+struct WrittenDocument : COvWrittenDocument
+{
+    FileDescriptor file; ///< of the new file, locked
+    QString path;
+    OvDocumentContent content;
+};
+
 } // namespace
 
-bool OpenedDocument::save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error)
+std::unique_ptr<COvWrittenDocument> OpenedDocument::write(const QString& path, const OvDocumentSnapshot& snapshot,
+                                                          QString& error) const
 {
-    const OvDocumentContent saved = newestOf(content);
-    const QString shownPath = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    auto written = std::make_unique<WrittenDocument>();
+    OvDocumentSnapshot saved = snapshot;
+    keepNewestSaves(saved.content);
+    written->path = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
     QString problem;
     const QString target = saveTargetOf(path, problem);
     QVector<ZipSource> sources;
@@ -71,29 +80,35 @@ bool OpenedDocument::save(const QString& path, const OvDocumentContent& content,
         problem =
             m_readOnlyReason.isEmpty() ? QStringLiteral("it has been opened for reading alone") : m_readOnlyReason;
     if (problem.isEmpty())
-        problem = collectSources(saved, preview, sources);
+        problem = collectSources(saved, sources);
     if (problem.isEmpty())
-        problem = writeTo(target, sources);
+        problem = writeTo(target, sources, written->file);
     if (!problem.isEmpty()) {
-        error = QStringLiteral("cannot save \"%1\": %2").arg(shownPath, problem);
-        return false;
+        error = QStringLiteral("cannot save \"%1\": %2").arg(written->path, problem);
+        return nullptr;
     }
-    m_path = shownPath;
-    m_isReader = false;
-    m_readOnlyReason.clear();
-    m_content = saved;
-    return true;
+    written->content = std::move(saved.content);
+    return written;
 }
 
-QString OpenedDocument::collectSources(const OvDocumentContent& content, const QImage& preview,
-                                       QVector<ZipSource>& sources) const
+void OpenedDocument::take(std::unique_ptr<COvWrittenDocument> written)
+{
+    auto& document = static_cast<WrittenDocument&>(*written);
+    m_file = std::move(document.file);
+    m_path = document.path;
+    m_isReader = false;
+    m_readOnlyReason.clear();
+    m_content = std::move(document.content);
+}
+
+QString OpenedDocument::collectSources(const OvDocumentSnapshot& snapshot, QVector<ZipSource>& sources) const
 {
     QString problem;
-    const QByteArray json = contentToJson(content, problem);
+    const QByteArray json = contentToJson(snapshot.content, problem);
     if (!problem.isEmpty())
         return problem;
     QStringList files;
-    for (const OvDocumentPage& page : content.pages) {
+    for (const OvDocumentPage& page : snapshot.content.pages) {
         for (const OvDocumentItem& item : page.items)
             files << filesOf(item, false);
     }
@@ -104,6 +119,11 @@ QString OpenedDocument::collectSources(const OvDocumentContent& content, const Q
     const QString root = QDir(m_folder->path()).canonicalPath();
     qint64 total = json.size();
     for (const QString& file : files) {
+        if (const auto held = snapshot.files.constFind(file); held != snapshot.files.constEnd()) {
+            total += held->size();
+            sources.append({entryNameOf(file), QString(), *held});
+            continue;
+        }
         const QFileInfo info(m_folder->path() + QLatin1Char('/') + file);
         // What the model itself lacks stays missing; the item shows what that means.
         if (!info.isFile())
@@ -113,10 +133,10 @@ QString OpenedDocument::collectSources(const OvDocumentContent& content, const Q
         total += info.size();
         sources.append({entryNameOf(file), info.filePath(), QByteArray()});
     }
-    if (!preview.isNull()) {
+    if (!snapshot.preview.isNull()) {
         QBuffer buffer;
         buffer.open(QIODevice::WriteOnly);
-        if (!preview.save(&buffer, "PNG"))
+        if (!snapshot.preview.save(&buffer, "PNG"))
             return QStringLiteral("its preview cannot be written");
         total += buffer.size();
         sources.append({kPreviewName, QString(), buffer.data()});
@@ -126,7 +146,7 @@ QString OpenedDocument::collectSources(const OvDocumentContent& content, const Q
     return total > kMaxUnpackedBytes - kOverheadBytes ? missingSpace(total) : QString();
 }
 
-QString OpenedDocument::writeTo(const QString& target, const QVector<ZipSource>& sources)
+QString OpenedDocument::writeTo(const QString& target, const QVector<ZipSource>& sources, FileDescriptor& written) const
 {
     FileDescriptor held;
     QString problem = lockForReplacing(target, m_file, held);
@@ -147,7 +167,7 @@ QString OpenedDocument::writeTo(const QString& target, const QVector<ZipSource>&
     }
     if (!problem.isEmpty() || !replacement->commit(problem))
         return problem;
-    m_file = replacement->takeDescriptor();
+    written = replacement->takeDescriptor();
     return {};
 }
 

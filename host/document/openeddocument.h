@@ -28,13 +28,15 @@ public:
     [[nodiscard]] QString readOnlyReason() const override { return m_readOnlyReason; }
     [[nodiscard]] const OvDocumentContent& content() const override { return m_content; }
     [[nodiscard]] QStringList warnings() const override { return m_warnings; }
-    bool save(const QString& path, const OvDocumentContent& content, const QImage& preview, QString& error) override;
+    [[nodiscard]] std::unique_ptr<COvWrittenDocument> write(const QString& path, const OvDocumentSnapshot& snapshot,
+                                                            QString& error) const override;
+    void take(std::unique_ptr<COvWrittenDocument> written) override;
 
 private:
     [[nodiscard]] Failure unpack(const QString& path, Access access, QString& problem);
-    [[nodiscard]] QString collectSources(const OvDocumentContent& content, const QImage& preview,
-                                         QVector<ZipSource>& sources) const;
-    [[nodiscard]] QString writeTo(const QString& target, const QVector<ZipSource>& sources);
+    [[nodiscard]] QString collectSources(const OvDocumentSnapshot& snapshot, QVector<ZipSource>& sources) const;
+    [[nodiscard]] QString writeTo(const QString& target, const QVector<ZipSource>& sources,
+                                  FileDescriptor& written) const;
 
     std::unique_ptr<WorkingFolder> m_folder;
     FileDescriptor m_file; ///< open as long as the document is, since it holds the document's lock

@@ -1,5 +1,7 @@
 #include "host/document/workingfolder.h"
 
+#include "host/document/temporaryfolder.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -29,7 +31,7 @@ QStringList parentCandidates()
     if (!qEnvironmentVariableIsEmpty("HOME") || !qEnvironmentVariableIsEmpty("XDG_CACHE_HOME"))
         candidates << QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
                           QStringLiteral("/ov3d/documents");
-    candidates << QStringLiteral("%1/ov3d-documents-%2").arg(QDir::tempPath()).arg(::geteuid());
+    candidates << QStringLiteral("%1/ov3d-documents-%2").arg(temporaryFolder()).arg(::geteuid());
     return candidates;
 }
 
@@ -126,6 +128,12 @@ std::unique_ptr<WorkingFolder> WorkingFolder::create(QString& error)
     }
     error = QStringLiteral("no folder to work in can be made: %1").arg(tried.join(QStringLiteral(", ")));
     return nullptr;
+}
+
+QString temporaryFolder()
+{
+    const QString folder = QDir::tempPath();
+    return QFileInfo::exists(folder) ? folder : QStringLiteral("/tmp");
 }
 
 void WorkingFolder::sweepAbandoned()

@@ -29,22 +29,29 @@ protected:
     std::unique_ptr<ov3d::apps::BoardWindow> makeWindow()
     {
         QString error;
-        auto document = ov3d::apps::LiveDocument::create(ov3d::apps::ov3dServices(m_plugin), error);
-        if (!document)
-            return nullptr;
+        auto file = COvDocumentFile::create(error);
+        return file ? makeWindow(std::move(file)) : nullptr;
+    }
+    std::unique_ptr<ov3d::apps::BoardWindow> makeWindow(std::unique_ptr<COvDocumentFile> file)
+    {
         return std::make_unique<ov3d::apps::BoardWindow>(
             ov3d::apps::BoardWindow::Services{m_plugin, m_streams, m_workplace.framework(),
                                               ov3d::apps::ov3dServices(m_plugin)},
-            std::move(document));
+            ov3d::apps::LiveDocument::fromFile(std::move(file), ov3d::apps::ov3dServices(m_plugin)));
     }
 
     /// Shows the window that the test functions use.
-    bool showWindow()
+    bool showWindow() { return loadPlugin() && showWindow(makeWindow()); }
+    bool loadPlugin()
     {
         if (!m_plugin.load(QStringLiteral(OV3D_PLUGIN)))
             return false;
         m_plugin.setViewer(&ov3dViewer);
-        m_window = makeWindow().release();
+        return true;
+    }
+    bool showWindow(std::unique_ptr<ov3d::apps::BoardWindow> window)
+    {
+        m_window = window.release();
         if (!m_window)
             return false;
         m_window->resize(1280, 800);

@@ -30,7 +30,6 @@ private Q_SLOTS:
     void undoneRawModeBringsBackWhatItSwitchedOff();
     void savingWhileModelsArriveSaysWhatIsLeftOut();
     void lockedModelIsNotChanged();
-    void removedPageTakesItsItemsAndUndoAlong();
     void openedItemsKnowTheirLimits();
     void cancelledItemsCanBeLoadedAgain();
     void windowAnswersAndRefusesAnotherWhileItOpens();
@@ -68,7 +67,7 @@ void ChangesTest::init()
 {
     TestBase::init();
     // Nobody is there to be asked whether changes are to be saved.
-    m_window->document()->pages().undoStack()->setClean();
+    m_window->document()->working().undoStack()->setClean();
     press(Qt::Key_N, Qt::ControlModifier);
     QVERIFY(m_window->document()->items().isEmpty());
 }
@@ -224,33 +223,6 @@ void ChangesTest::lockedModelIsNotChanged()
     QVERIFY(page() != before);
 }
 
-void ChangesTest::removedPageTakesItsItemsAndUndoAlong()
-{
-    auto* action = m_window->findChild<QAction*>(QStringLiteral("removePage"));
-    QVERIFY(!action->isEnabled()); // the last page stays
-    m_window->addPage();
-    QVERIFY(action->isEnabled());
-    m_window->openModels({sample("sample.glb")});
-    m_window->removePage();
-    QVERIFY2(status().contains(QLatin1String("being loaded")), qPrintable(status()));
-    QVERIFY(settle());
-    press(Qt::Key_5, Qt::ControlModifier);
-    press(Qt::Key_Delete, Qt::NoModifier);
-    press(Qt::Key_D, Qt::ControlModifier);
-    press(Qt::Key_Z, Qt::ControlModifier);
-    QVERIFY(settle());
-
-    m_window->document()->pages().undoStack()->setClean();
-    m_window->removePage();
-    QCOMPARE(m_window->document()->pages().pageCount(), 1);
-    QVERIFY(m_window->document()->items().isEmpty());
-    QCOMPARE(steps().count(), 0);
-    QVERIFY(m_window->isWindowModified());
-    QVERIFY(!action->isEnabled());
-    QCOMPARE(m_window->findChild<QLabel*>(QStringLiteral("pageNumber"))->text(), QStringLiteral("Page 1 of 1"));
-    QVERIFY(insertSample());
-}
-
 void ChangesTest::openedItemsKnowTheirLimits()
 {
     QVERIFY(saveSample(QStringLiteral("one.ovb")));
@@ -316,7 +288,7 @@ void ChangesTest::closedWindowAbandonsItsOpening()
     BoardWindow* window = second.get();
     QVERIFY(!window->openDocument(m_file));
     QVERIFY(!second);
-    m_workplace.framework().setCurrentDocument(&m_window->document()->pages());
+    m_workplace.framework().setCurrentDocument(&m_window->document()->working());
 }
 
 void ChangesTest::damagedDocumentLeavesThePresentOne()

@@ -199,7 +199,7 @@ void WindowTest::secondWindowOnTheSameFileIsReadOnly()
     const bool opened = second->openDocument(m_file);
     const QString title = second->windowTitle();
     second->closeDocument();
-    m_workplace.framework().setCurrentDocument(&m_window->document()->pages());
+    m_workplace.framework().setCurrentDocument(&m_window->document()->working());
     QVERIFY(opened);
     QVERIFY2(title.contains(QLatin1String("read-only")), qPrintable(title));
 }

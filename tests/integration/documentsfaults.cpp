@@ -1,30 +1,24 @@
 #include "host/document/documentfile.h"
-#include "tests/integration/picturefacts.h"
-#include "tests/support/testbase.h"
+#include "tests/integration/documentsarchive.h"
+#include "tests/integration/documentsfixture.h"
 #include "tests/support/testmain.h"
 #include "viewer/session/ov3dviewer.h"
 
 #include <KZip>
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QThread>
 
 #include <functional>
 
-#include <sys/stat.h>
-
 /// Documents that are damaged, too large, cut off or edited, and two programs at once: what the commands say then, and
 /// that the user's file is whole.
-class DocumentsFaults : public TestBase
+class DocumentsFaults : public DocumentsFixture
 {
     Q_OBJECT
 
@@ -34,9 +28,6 @@ private Q_SLOTS:
     void absurdRectangleIsSaid();
     void tooLargePageIsRefusedWithItsSize();
     void changingBesideAReaderWorks();
-    void pipeIsNoEnvironment_data();
-    void pipeIsNoEnvironment();
-    void cutEnvironmentIsNotSaved();
     void setOnACardNamesDocumentAndItem();
     void folderThatCannotBeMadeIsOneLine();
     void workingFolderThatCannotBeMadeIsNoRefusal();
@@ -48,86 +39,34 @@ private Q_SLOTS:
     void cancelledListingEndsItsRenderer();
 
 private:
-    [[nodiscard]] QString at(const QString& name) const { return m_folder->filePath(name); }
-    [[nodiscard]] ProgramRun run(const QString& words) const
-    {
-        return runProgram(QStringLiteral(OV3D_PROGRAM), words.split(QLatin1Char(' ')), m_folder->path());
-    }
-    /// A document with the samples of these names.
-    void make(const QString& document, const QStringList& samples) const
-    {
-        QStringList words{QStringLiteral("new"), document};
-        for (const QString& sample : samples)
-            words << QStringLiteral(OV3D_SAMPLES "/") + sample;
-        const ProgramRun made = runProgram(QStringLiteral(OV3D_PROGRAM), words, m_folder->path());
-        QVERIFY2(made.exitCode == 0, made.errors.constData());
-    }
-    [[nodiscard]] QByteArray bytesOf(const QString& name) const
-    {
-        QFile file(at(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-    [[nodiscard]] bool write(const QString& name, const QByteArray& content) const
-    {
-        QFile file(at(name));
-        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-    }
     /// Writes the document anew with another document.json.
     void edit(const QString& document, const std::function<void(QJsonObject& page, QJsonObject& item)>& change) const;
     [[nodiscard]] QImage previewOf(const QString& document) const;
     [[nodiscard]] int pointSizeOf(const QString& document) const;
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-
-private Q_SLOTS:
-    void init()
-    {
-        TestBase::init();
-        m_folder = std::make_unique<QTemporaryDir>();
-        qputenv("XDG_CACHE_HOME", QFile::encodeName(at(QStringLiteral("cache"))));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("data"))));
-    }
-    void cleanup()
-    {
-        m_folder.reset();
-        TestBase::cleanup();
-    }
 };
 
 void DocumentsFaults::edit(const QString& document,
                            const std::function<void(QJsonObject& page, QJsonObject& item)>& change) const
 {
     const QString name = at(document);
-    QVERIFY(QFile::rename(name, name + QStringLiteral(".old")));
-    KZip from(name + QStringLiteral(".old"));
-    KZip to(name);
-    QVERIFY(from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly));
-    const std::function<void(const KArchiveDirectory*, const QString&)> copy = [&](const KArchiveDirectory* folder,
-                                                                                   const QString& path) {
-        for (const QString& entryName : folder->entries()) {
-            const KArchiveEntry* entry = folder->entry(entryName);
-            if (entry->isDirectory()) {
-                copy(static_cast<const KArchiveDirectory*>(entry), path + entryName + QLatin1Char('/'));
-                continue;
-            }
-            QByteArray data = static_cast<const KArchiveFile*>(entry)->data();
-            if (entryName == QLatin1String("document.json")) {
-                QJsonObject root = QJsonDocument::fromJson(data).object();
-                QJsonArray pages = root[QLatin1String("pages")].toArray();
-                QJsonObject page = pages[0].toObject();
-                QJsonArray items = page[QLatin1String("items")].toArray();
-                QJsonObject item = items[0].toObject();
-                change(page, item);
-                items[0] = item;
-                page[QLatin1String("items")] = items;
-                pages[0] = page;
-                root[QLatin1String("pages")] = pages;
-                data = QJsonDocument(root).toJson();
-            }
-            to.writeFile(path + entryName, data);
-        }
-    };
-    copy(from.directory(), QString());
+    const QString old = name + QStringLiteral(".old");
+    QVERIFY(QFile::rename(name, old));
+    QVERIFY(copyArchive(old, name, [&change](const QString& path, QByteArray& content) {
+        if (path != QLatin1String("document.json"))
+            return true;
+        QJsonObject root = QJsonDocument::fromJson(content).object();
+        QJsonArray pages = root[QLatin1String("pages")].toArray();
+        QJsonObject page = pages[0].toObject();
+        QJsonArray items = page[QLatin1String("items")].toArray();
+        QJsonObject item = items[0].toObject();
+        change(page, item);
+        items[0] = item;
+        page[QLatin1String("items")] = items;
+        pages[0] = page;
+        root[QLatin1String("pages")] = pages;
+        content = QJsonDocument(root).toJson();
+        return true;
+    }));
 }
 
 QImage DocumentsFaults::previewOf(const QString& document) const
@@ -239,47 +178,6 @@ void DocumentsFaults::changingBesideAReaderWorks()
     const ProgramRun refused = run(QStringLiteral("set a.ovb 1 point_size=8"));
     QCOMPARE(refused.exitCode, 4);
     QVERIFY2(refused.errors.contains("open in another"), refused.errors.constData());
-}
-
-void DocumentsFaults::pipeIsNoEnvironment_data()
-{
-    QTest::addColumn<QString>("words");
-    QTest::newRow("of a document") << QStringLiteral("set a.ovb 1 environment=");
-    QTest::newRow("of a model") << QStringLiteral("render " OV3D_SAMPLES "/cube.stl -o a.png --set environment=");
-}
-
-void DocumentsFaults::pipeIsNoEnvironment()
-{
-    QFETCH(QString, words);
-    make(QStringLiteral("a.ovb"), {QStringLiteral("cube.stl")});
-    QCOMPARE(::mkfifo(QFile::encodeName(at(QStringLiteral("pipe.hdr"))).constData(), 0600), 0);
-    QVERIFY(write(QStringLiteral("text.hdr"), "words"));
-    const auto reasonFor = [&](const QString& path) {
-        const ProgramRun refused = run(words + path);
-        return QByteArray::number(refused.exitCode) + ' ' + refused.errors;
-    };
-    const auto isOneLine = [](const QByteArray& text, const QString& end) {
-        return text.startsWith("4 ov3d: ") && text.endsWith(end.toUtf8() + '\n') && text.count('\n') == 1;
-    };
-    for (const QString& path : {at(QStringLiteral("pipe.hdr")), QStringLiteral("/dev/zero")}) {
-        const QByteArray reason = reasonFor(path);
-        QVERIFY2(isOneLine(reason, path + QStringLiteral(": is not a regular file")), reason.constData());
-    }
-    const QByteArray reason = reasonFor(at(QStringLiteral("text.hdr")));
-    QVERIFY2(isOneLine(reason, at(QStringLiteral("text.hdr: is no Radiance picture"))), reason.constData());
-}
-
-void DocumentsFaults::cutEnvironmentIsNotSaved()
-{
-    make(QStringLiteral("a.ovb"), {QStringLiteral("cube.stl")});
-    const QByteArray before = bytesOf(QStringLiteral("a.ovb"));
-    QVERIFY(write(QStringLiteral("cut.hdr"), "#?RADIANCE\n"));
-    const ProgramRun set = run(QStringLiteral("set a.ovb 1 environment=cut.hdr"));
-    QVERIFY2(set.exitCode == 4, set.errors.constData());
-    QVERIFY2(set.errors.startsWith("ov3d: a.ovb: item 1: ") && set.errors.contains("environment") &&
-                 set.errors.count('\n') == 1,
-             set.errors.constData());
-    QVERIFY(bytesOf(QStringLiteral("a.ovb")) == before);
 }
 
 void DocumentsFaults::setOnACardNamesDocumentAndItem()
@@ -403,11 +301,11 @@ void DocumentsFaults::copyOfOneProgramIsPastedByAnother()
     make(QStringLiteral("a.ovb"), {QStringLiteral("textured.gltf")});
     const ProgramRun set = run(QStringLiteral("set a.ovb 1 orbit=50,20 light_profile=2"));
     QVERIFY2(set.exitCode == 0, set.errors.constData());
-    const QString clipper = QStringLiteral(OV3D_CLIPPER);
+    const QString editor = QStringLiteral(OV3D_EDITOR);
     const QString clip = at(QStringLiteral("clip"));
-    const ProgramRun copied = runProgram(clipper, {QStringLiteral("copy"), at(QStringLiteral("a.ovb")), clip});
+    const ProgramRun copied = runProgram(editor, {QStringLiteral("copy"), at(QStringLiteral("a.ovb")), clip});
     QVERIFY2(copied.exitCode == 0, copied.errors.constData());
-    const ProgramRun pasted = runProgram(clipper, {QStringLiteral("paste"), clip, at(QStringLiteral("b.ovb"))});
+    const ProgramRun pasted = runProgram(editor, {QStringLiteral("paste"), clip, at(QStringLiteral("b.ovb"))});
     QVERIFY2(pasted.exitCode == 0, pasted.errors.constData());
     for (const char* name : {"a", "b"}) {
         const ProgramRun drawn = run(QStringLiteral("render %1.ovb -o %1.png").arg(QLatin1String(name)));

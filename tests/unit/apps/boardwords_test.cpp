@@ -84,6 +84,8 @@ void BoardWordsTest::wrongOptionsAreRefused()
     QVERIFY(error.contains(QLatin1String("--fast")));
     QVERIFY(!parseBoardOptions({QStringLiteral("--screenshot")}, options, error));
     QVERIFY(error.contains(QLatin1String("--screenshot")));
+    QVERIFY(!parseBoardOptions({QStringLiteral("--screenshot"), QStringLiteral("s.jpg")}, options, error));
+    QVERIFY(error.contains(QLatin1String("s.jpg is not the name of a PNG")));
 }
 
 void BoardWordsTest::placesLieOnThePageAndApart_data()

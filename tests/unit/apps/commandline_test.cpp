@@ -181,6 +181,10 @@ void CommandLineTest::wrongUsageIsRefusedWithAReason_data()
                                             << "needs a model";
     QTest::newRow("render without output") << "render a.glb"
                                            << "-o";
+    QTest::newRow("output of another format") << "render a.glb -o a.jpg"
+                                              << "a.jpg is not the name of a PNG";
+    QTest::newRow("output to the standard output") << "render a.glb -o /dev/stdout"
+                                                   << "/dev/stdout is not the name of a PNG";
     QTest::newRow("two models") << "render a.glb b.glb -o a.png"
                                 << "one model";
     QTest::newRow("unknown option") << "render a.glb -o a.png --fast"

@@ -65,7 +65,7 @@ void DocumentItemsTest::savedTextHoldsNoPathOfThisMachine()
     save(*document);
     const OvDocumentItem saved = document->file().content().pages[0].items[0];
     const QByteArray text = QJsonDocument(saved.entries).toJson() + QJsonDocument(saved.host).toJson();
-    QVERIFY(!text.contains(document->pages().root().toUtf8()));
+    QVERIFY(!text.contains(document->working().root().toUtf8()));
     QVERIFY(!text.contains("model_path"));
     close(document);
 }
@@ -100,8 +100,8 @@ void DocumentItemsTest::copiesCarryModelViewAndSettings()
     auto* copy = static_cast<COv3DObject*>(pasted);
     QCOMPARE(copy->getObjRect(), kFrame.translated(30, 40));
     QCOMPARE(copy->pos(), kFrame.translated(30, 40).topLeft());
-    QCOMPARE(copy->m_modelPath, target->pages().root() + QStringLiteral("/resources/2/chair/chair.stl"));
-    QVERIFY(QFileInfo(target->pages().root() + QStringLiteral("/resources/2/chair/textures/wood.png")).isFile());
+    QCOMPARE(copy->m_modelPath, target->working().root() + QStringLiteral("/resources/2/chair/chair.stl"));
+    QVERIFY(QFileInfo(target->working().root() + QStringLiteral("/resources/2/chair/textures/wood.png")).isFile());
     QVERIFY(isSame(m_fixture->viewer.starts().back().context.scene_status, view));
     QCOMPARE(*readSettings(*copy), settings);
     QCOMPARE(target->items().last(), pasted);
@@ -150,7 +150,7 @@ void DocumentItemsTest::environmentTravelsWithTheItem()
             document->setEnvironment(*item, QStringLiteral("/nowhere/sky.hdr")).contains(QLatin1String("/nowhere")));
         QCOMPARE(sentPath(), QString());
         QCOMPARE(document->setEnvironment(*item, picture), QString());
-        QVERIFY(sentPath().startsWith(document->pages().root() + QLatin1Char('/')));
+        QVERIFY(sentPath().startsWith(document->working().root() + QLatin1Char('/')));
         QVERIFY(QFile::remove(picture));
         save(*document);
         close(document);

@@ -75,7 +75,7 @@ void ForeignDocumentsTest::modelOpensBelowALongerFolder()
     // New models fit too, and the document is saved through the link.
     QVERIFY(insert(*document, model(QString(180, QLatin1Char('m')) + QStringLiteral(".glb"))));
     save(*document);
-    const QString link = document->pages().root();
+    const QString link = document->working().root();
     close(document);
     QVERIFY(!QFileInfo(link).isSymLink());
     qputenv("XDG_CACHE_HOME", QFile::encodeName(m_fixture->folder() + QStringLiteral("cache")));
@@ -222,7 +222,7 @@ void ForeignDocumentsTest::whatIsNoPictureIsNoEnvironment()
     m_fixture->viewer.setCommandResult(1);
     QCOMPARE(document->setEnvironment(*item, whole), whole + QStringLiteral(": ") + reason);
     QVERIFY(!itemRecord(*item).host.contains(QLatin1String("environment")));
-    QCOMPARE(QDir(document->pages().root() + QStringLiteral("/resources/1")).entryList({QStringLiteral("*.hdr")}),
+    QCOMPARE(QDir(document->working().root() + QStringLiteral("/resources/1")).entryList({QStringLiteral("*.hdr")}),
              QStringList());
     close(document);
 }
@@ -252,7 +252,7 @@ void ForeignDocumentsTest::copiesThatAreTooLargeTogetherAreRefused()
         items << insert(*document, model(QString::fromLatin1(name)));
         QVERIFY(items.last());
         // Holes: each alone would be copied.
-        QFile file(document->pages().root() + QLatin1Char('/') + itemRecord(*items.last()).files.last());
+        QFile file(document->working().root() + QLatin1Char('/') + itemRecord(*items.last()).files.last());
         QVERIFY(file.resize(1'200'000'000));
     }
     QString error;

@@ -41,7 +41,7 @@ void LiveDocumentTest::insertedModelLivesInTheDocument()
     COv3DObject* item = insert(*document, original);
     QVERIFY(item);
     QVERIFY(QFile::remove(original));
-    QCOMPARE(item->m_modelPath, document->pages().root() + QStringLiteral("/resources/1/chair/chair.stl"));
+    QCOMPARE(item->m_modelPath, document->working().root() + QStringLiteral("/resources/1/chair/chair.stl"));
     QVERIFY(QFileInfo(item->m_modelPath).isFile());
     QCOMPARE(item->getObjRect(), kFrame);
     QCOMPARE(item->pos(), kFrame.topLeft());
@@ -67,10 +67,10 @@ void LiveDocumentTest::placeholderStandsInWhileAModelArrives()
     QCOMPARE(placeholder->getObjRect(), kFrame);
     QVERIFY(placeholder->text().contains(QLatin1String("chair.stl")));
     // What is not there yet is no part of the document.
-    OvDocumentContent content;
+    OvDocumentSnapshot snapshot;
     QString error;
-    QVERIFY(document->collect(content, error));
-    QVERIFY(content.pages.first().items.isEmpty());
+    QVERIFY(document->collect(snapshot, error, {}));
+    QVERIFY(snapshot.content.pages.first().items.isEmpty());
 
     m_fixture->viewer.allowFirstDraw();
     QVERIFY(waitFor([&arrived] { return arrived != nullptr; }));

@@ -123,7 +123,7 @@ protected:
     }
     static QStringList resources(LiveDocument& document)
     {
-        return QDir(document.pages().root() + QStringLiteral("/resources"))
+        return QDir(document.working().root() + QStringLiteral("/resources"))
             .entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     }
 

@@ -1,5 +1,6 @@
 #include "apps/board/pagecommands.h"
 #include "apps/board/pageview.h"
+#include "apps/document/itemreaper.h"
 #include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
 
@@ -80,6 +81,10 @@ private Q_SLOTS:
     void lockedItemIsSelectedAndNothingMore();
     void lockIsUndone();
     void itemThatNoCommandNeedsIsReleasedElsewhere();
+    void dotsShowThePageHoweverLargeItIs_data();
+    void dotsShowThePageHoweverLargeItIs();
+    void itemRemovedTwiceIsReleasedOnce();
+    void itemInsertedAndRemovedIsReleasedOnce();
 
 private:
     /// Where a point of the page lies in the view.
@@ -96,7 +101,7 @@ private:
     }
     void push(CBaseObject* item, PresenceCommand::Kind kind)
     {
-        m_document->undoStack()->push(new PresenceCommand(m_page, std::make_shared<ItemHolder>(item), kind));
+        m_document->undoStack()->push(new PresenceCommand(m_page, ItemHolder::of(item), kind));
     }
     using Objects = QList<COVRootObject*>;
 
@@ -239,7 +244,7 @@ void PageViewTest::viewWithoutAPageTakesThePointer()
 void PageViewTest::removedItemComesBackWithUndo()
 {
     QUndoStack* stack = m_document->undoStack();
-    stack->push(new PresenceCommand(m_page, std::make_shared<ItemHolder>(m_item), PresenceCommand::Kind::removal));
+    stack->push(new PresenceCommand(m_page, ItemHolder::of(m_item), PresenceCommand::Kind::removal));
     QVERIFY(m_page->objects().isEmpty());
     QVERIFY(!m_view->selectedItem());
     stack->undo();
@@ -317,11 +322,64 @@ void PageViewTest::lockIsUndone()
 void PageViewTest::itemThatNoCommandNeedsIsReleasedElsewhere()
 {
     QUndoStack* stack = m_document->undoStack();
-    stack->push(new PresenceCommand(m_page, std::make_shared<ItemHolder>(m_item), PresenceCommand::Kind::removal));
+    stack->push(new PresenceCommand(m_page, ItemHolder::of(m_item), PresenceCommand::Kind::removal));
     QCOMPARE(g_released.load(), 0);
     stack->clear();
     QVERIFY(waitFor([] { return g_released.load() == 1; }));
     QVERIFY(g_releasingThread.load() != QThread::currentThreadId());
+}
+
+void PageViewTest::dotsShowThePageHoweverLargeItIs_data()
+{
+    QTest::addColumn<double>("side");
+    for (const double side : {500.0, 20000.0, 1000000.0})
+        QTest::newRow(qPrintable(QString::number(side, 'f', 0))) << side;
+}
+
+void PageViewTest::dotsShowThePageHoweverLargeItIs()
+{
+    QFETCH(double, side);
+    m_view->setPage(m_document->addPage(QSizeF(side, side)));
+    const QImage picture = m_view->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    int page = 0;
+    int dots = 0; // the small ones are no more than tinted
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QRgb pixel = picture.pixel(x, y);
+            page += qRed(pixel) > 200 ? 1 : 0;
+            dots += qRed(pixel) > 200 && qRed(pixel) < 250 ? 1 : 0;
+        }
+    }
+    QVERIFY2(page > 450 * 450, qPrintable(QString::number(page)));
+    QVERIFY2(dots > page / 300 && dots < page / 10, qPrintable(QString::number(dots)));
+}
+
+void PageViewTest::itemRemovedTwiceIsReleasedOnce()
+{
+    QUndoStack* stack = m_document->undoStack();
+    push(m_item, PresenceCommand::Kind::removal);
+    stack->undo();
+    // The stack drops the first command while the second one has the item off its page.
+    push(m_item, PresenceCommand::Kind::removal);
+    QVERIFY(waitFor([] { return itemsBeingReaped() == 0; }));
+    QCOMPARE(g_released.load(), 0);
+    stack->undo();
+    QCOMPARE(m_page->objects(), Objects{m_item});
+    stack->redo();
+    stack->clear();
+    QVERIFY(waitFor([] { return g_released.load() > 0 && itemsBeingReaped() == 0; }));
+    QCOMPARE(g_released.load(), 1);
+}
+
+void PageViewTest::itemInsertedAndRemovedIsReleasedOnce()
+{
+    QUndoStack* stack = m_document->undoStack();
+    CBaseObject* item = addItem();
+    push(item, PresenceCommand::Kind::insertion);
+    push(item, PresenceCommand::Kind::removal);
+    stack->clear();
+    QVERIFY(waitFor([] { return g_released.load() > 0 && itemsBeingReaped() == 0; }));
+    QCOMPARE(g_released.load(), 1);
 }
 
 OV3D_TEST_MAIN(PageViewTest)

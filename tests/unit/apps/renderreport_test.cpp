@@ -4,10 +4,7 @@
 #include "tests/support/testbase.h"
 #include "tests/support/testmain.h"
 
-#include <QDir>
-#include <QFile>
 #include <QImage>
-#include <QTemporaryDir>
 
 using namespace ov3d::apps;
 
@@ -18,9 +15,6 @@ class RenderReportTest : public TestBase
 private Q_SLOTS:
     void whatIsNotKnownIsNull();
     void whatIsKnownStandsUnderItsName();
-    void pictureIsWrittenWithItsAlpha();
-    void opaquePictureHasAnAlphaChannelToo();
-    void failedWriteLeavesTheOldPicture();
     void opaqueShareCountsPixelsThatAreNotFullyTransparent();
     void barStaysWithinItsEnds_data();
     void barStaysWithinItsEnds();
@@ -59,47 +53,6 @@ void RenderReportTest::whatIsKnownStandsUnderItsName()
     QCOMPARE(json.value(QLatin1String("missing")).toVariant().toStringList(), report.missing);
     QCOMPARE(json.value(QLatin1String("notes")).toVariant().toStringList(), report.notes);
     QCOMPARE(json.value(QLatin1String("error")).toString(), report.error);
-}
-
-void RenderReportTest::pictureIsWrittenWithItsAlpha()
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("ü 中 %20.png"));
-    QImage image(3, 2, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    image.setPixelColor(1, 1, QColor(10, 20, 30));
-    QCOMPARE(writePng(path, image), QString());
-    const QImage read(path);
-    QCOMPARE(read.size(), QSize(3, 2));
-    QCOMPARE(read.pixel(1, 1), qRgba(10, 20, 30, 255));
-    QCOMPARE(qAlpha(read.pixel(0, 0)), 0);
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), 1); // no temporary file is left
-}
-
-void RenderReportTest::opaquePictureHasAnAlphaChannelToo()
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("a.png"));
-    QImage image(3, 2, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::white);
-    QCOMPARE(writePng(path, image), QString());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    constexpr int kColourTypeOffset = 25;
-    constexpr char kRgba = 6;
-    QCOMPARE(file.readAll().at(kColourTypeOffset), kRgba);
-}
-
-void RenderReportTest::failedWriteLeavesTheOldPicture()
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("a.png"));
-    QImage image(1, 1, QImage::Format_ARGB32);
-    image.fill(Qt::red);
-    QCOMPARE(writePng(path, image), QString());
-    QVERIFY(!writePng(path, QImage()).isEmpty());
-    QCOMPARE(QImage(path).pixelColor(0, 0), QColor(Qt::red));
-    QVERIFY(!writePng(folder.filePath(QStringLiteral("none/a.png")), image).isEmpty());
 }
 
 void RenderReportTest::opaqueShareCountsPixelsThatAreNotFullyTransparent()

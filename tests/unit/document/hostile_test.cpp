@@ -282,8 +282,10 @@ private Q_SLOTS:
         row("an array", "[]", "its document.json cannot be read: no object at byte 0");
         row("another format", R"({"format":"x","version":1})", noDocument);
         row("no version", R"({"format":"ov3d-document"})", noDocument);
-        row("version zero", R"({"format":"ov3d-document","version":0})", noDocument);
-        row("a fraction", R"({"format":"ov3d-document","version":1.5})", noDocument);
+        const char* noVersion = "the version of its format is no whole number from 1";
+        row("version zero", R"({"format":"ov3d-document","version":0})", noVersion);
+        row("a fraction", R"({"format":"ov3d-document","version":1.5})", noVersion);
+        row("a version in words", R"({"format":"ov3d-document","version":"1"})", noVersion);
         row("pages that are no list", R"({"format":"ov3d-document","version":1,"pages":{}})",
             "its document.json has pages that are no list");
         row("a page that is no object", R"({"format":"ov3d-document","version":1,"pages":[1]})",
@@ -291,7 +293,7 @@ private Q_SLOTS:
         row("a page of no size", R"({"format":"ov3d-document","version":1,"pages":[{"width":10}]})",
             "its document.json, page 1: has no size");
         row("a page of endless size", R"({"format":"ov3d-document","version":1,"pages":[{"width":1e300,"height":1}]})",
-            "its document.json, page 1: has no size");
+            "its document.json, page 1: is wider or higher than 1000000 units");
         row("an item that is no object", itemText("1"), "its document.json, page 1: item 1 is no object");
         row("items of wrong types", itemText(R"({"files":1})"),
             "its document.json, page 1: item 1 has a value of the wrong type");
