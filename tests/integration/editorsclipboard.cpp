@@ -339,11 +339,11 @@ void EditorsClipboard::newerCopyTakesTheOldersPlace()
 {
     writeModel(16);
     m_first->ask(insertModel());
-    m_first->ask("copy");
+    QCOMPARE(text(m_first->ask("copy"), "status"), QStringLiteral("Copied"));
     m_second->ask(QStringLiteral("insert " OV3D_SAMPLES "/cube.stl"));
-    m_second->ask("copy");
+    QCOMPARE(text(m_second->ask("copy"), "status"), QStringLiteral("Copied"));
     const QJsonObject pasted = m_first->ask("paste");
-    QCOMPARE(pasted[QLatin1String("items")].toInt(), 2);
+    QVERIFY2(pasted[QLatin1String("items")].toInt() == 2, qPrintable(text(pasted, "status")));
     QCOMPARE(list(pasted, "files").filter(QStringLiteral("/cube.stl")).size(), 1);
 }
 

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -34,6 +35,11 @@ void slowCallback(int)
     g_inCallback = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     g_inCallback = false;
+}
+
+QString programOf(int process)
+{
+    return QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(process));
 }
 
 } // namespace
@@ -82,9 +88,13 @@ private Q_SLOTS:
         }
         if (moment == 5)
             host.takeAll();
-        // A stop that waits for a renderer in any way does not return.
-        for (const int renderer : childProcesses())
-            kill(renderer, SIGSTOP);
+        // A stop that waits for a renderer in any way does not return. A process that has yet to execute its program is
+        // left alone: whoever starts it waits for that.
+        const QString ownProgram = programOf(getpid());
+        for (const int renderer : childProcesses()) {
+            if (programOf(renderer) != ownProgram)
+                kill(renderer, SIGSTOP);
+        }
         host.stop();
 
         // Poison all of it, free frame included: any late write would show.
