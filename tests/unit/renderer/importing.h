@@ -6,6 +6,8 @@
 #include "src/render/viewcontext.h"
 
 #include <QColor>
+#include <QString>
+#include <QStringList>
 
 /// What tests ask of imported models.
 namespace importing {
@@ -29,6 +31,15 @@ inline ImportResult importFile(ModelFolder& folder, const QString& name, const Q
 inline QString reason(const ImportResult& result)
 {
     return result.ok ? QString("ok") : QString::fromStdString(result.reason);
+}
+
+/// What a model says of its parts that are not shown.
+inline QStringList notes(const ImportResult& result)
+{
+    QStringList list;
+    for (const std::string& note : result.model.notes)
+        list << QString::fromStdString(note);
+    return list;
 }
 
 /// How many triangles, lines or points a model has.

@@ -92,6 +92,8 @@ private Q_SLOTS:
     void skeletonsGetTheMatricesThatTheyStandFor();
     void numberOfBonesIsBounded();
     void cornersOfMeshesThatShareThemAreBounded();
+    void mediaTypesOfImagesWithoutASlashAreHidden_data();
+    void mediaTypesOfImagesWithoutASlashAreHidden();
     void numbersOfMaterialsTexturesAndImagesAreBounded();
 };
 
@@ -192,6 +194,11 @@ void GltfCheckTest::damagedFilesAreRefused_data()
             return withPrimitive(gltf, {{"attributes", position}});
         }(),
         kBeyond);
+    for (const char* uri : {"data:imagepng;base64,AAAA", "data:x,AAAA", "data:image\\u0000/png;base64,AAAA"}) {
+        Builder gltf = triangle();
+        gltf.json["images"] = QJsonArray{QJsonObject{{"uri", "IMAGE"}}};
+        QTest::newRow(uri) << gltf.text().replace("IMAGE", uri) << "is damaged: an image's data has no media type";
+    }
 }
 
 void GltfCheckTest::damagedFilesAreRefused()
@@ -384,6 +391,31 @@ void GltfCheckTest::cornersOfMeshesThatShareThemAreBounded()
     gltf.json["meshes"] =
         QJsonArray{QJsonObject{{"primitives", primitives}}, QJsonObject{{"primitives", QJsonArray{primitive}}}};
     QCOMPARE(reason(gltf), QString("claims more elements than allowed"));
+}
+
+void GltfCheckTest::mediaTypesOfImagesWithoutASlashAreHidden_data()
+{
+    QTest::addColumn<QByteArray>("kind");
+    QTest::addColumn<int>("hidden");
+    QTest::newRow("usual") << QByteArray("image/png") << 0;
+    QTest::newRow("unusual") << QByteArray("/") << 0;
+    QTest::newRow("another sign") << QByteArray("image'png") << 1;
+    QTest::newRow("empty") << QByteArray() << 1;
+    QTest::newRow("slash behind the end") << QByteArray("image\\u0000/png") << 1;
+}
+
+void GltfCheckTest::mediaTypesOfImagesWithoutASlashAreHidden()
+{
+    QFETCH(QByteArray, kind);
+    QFETCH(int, hidden);
+    Builder gltf = triangle();
+    gltf.json["images"] = QJsonArray{QJsonObject{{"bufferView", 0}, {"mimeType", "KIND"}}};
+    const QByteArray text = gltf.text().replace("KIND", kind);
+    const GltfCheck result = check(text);
+    QCOMPARE(QString::fromStdString(result.reason), QString());
+    QCOMPARE(static_cast<int>(result.hidden.size()), hidden);
+    for (const std::string_view name : result.hidden)
+        QCOMPARE(name, std::string_view("mimeType"));
 }
 
 void GltfCheckTest::numbersOfMaterialsTexturesAndImagesAreBounded()

@@ -95,13 +95,40 @@ std::string checkCounts(JsonValue root)
     return {};
 }
 
+/// Readers look for the part behind the slash without a look at whether there is one.
+bool isMediaType(const std::string& kind)
+{
+    return kind.substr(0, kind.find('\0')).find('/') != std::string::npos;
+}
+
+bool hasMediaType(std::string_view dataUri)
+{
+    constexpr std::string_view kScheme = "data:";
+    if (dataUri.substr(0, kScheme.size()) != kScheme)
+        return true;
+    dataUri.remove_prefix(kScheme.size());
+    const std::string kind(dataUri.substr(0, dataUri.find_first_of(";,")));
+    return kind.empty() || isMediaType(kind);
+}
+
 std::string checkImages(JsonValue root, const GltfAccessors& accessors)
 {
-    std::string reason;
-    for (JsonValue image = root["images"].first(); image && reason.empty(); image = image.next())
+    for (JsonValue image = root["images"].first(); image; image = image.next()) {
         if (const JsonValue view = image["bufferView"])
-            reason = accessors.faultOfView(view);
-    return reason;
+            if (std::string reason = accessors.faultOfView(view); !reason.empty())
+                return reason;
+        if (!hasMediaType(image["uri"].text()))
+            return "is damaged: an image's data has no media type";
+    }
+    return {};
+}
+
+void hideBrokenMediaTypes(JsonValue root, std::vector<std::string_view>& hidden)
+{
+    for (JsonValue image = root["images"].first(); image; image = image.next())
+        for (JsonValue member = image.first(); member; member = member.next())
+            if (member.name() == "mimeType" && !isMediaType(member.text()))
+                hidden.push_back(member.rawName());
 }
 
 /// Readers take the first bone of a skeleton without a look at how many there are.
@@ -127,6 +154,7 @@ std::vector<std::string_view> hiddenMembers(JsonValue root, std::vector<std::str
 {
     std::vector<std::string_view> hidden;
     hideEmptySkins(root, hidden, notes);
+    hideBrokenMediaTypes(root, hidden);
     for (JsonValue member = root.first(); member; member = member.next())
         if (member.name() == "animations")
             hidden.push_back(member.rawName());

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <assimp/mesh.h>
 #include <cmath>
+#include <limits>
 
 namespace ov3d::renderer {
 namespace {
@@ -64,13 +65,21 @@ std::vector<Matrix> boneMaps(const aiMesh& mesh, const NodePlaces& places)
     return maps;
 }
 
+/// Bones of a damaged file can move a vertex beyond all numbers; then it stays where it is.
+Vec3 posed(const Matrix& map, Vec3 position)
+{
+    const Vec3 moved = map.point(position);
+    const auto fits = [](double value) { return std::abs(value) < double{std::numeric_limits<float>::max()}; };
+    return fits(moved.x) && fits(moved.y) && fits(moved.z) ? moved : position;
+}
+
 void readVertices(const aiMesh& mesh, bool withNormals, const NodePlaces& places, MeshData& out)
 {
     const std::vector<Matrix> maps = mesh.HasBones() ? boneMaps(mesh, places) : std::vector<Matrix>();
     out.positions.reserve(std::size_t{mesh.mNumVertices} * 3);
     for (unsigned i = 0; i < mesh.mNumVertices; ++i) {
         const Vec3 position = toVec3(mesh.mVertices[i]);
-        append(out.positions, maps.empty() ? position : maps[i].point(position));
+        append(out.positions, maps.empty() ? position : posed(maps[i], position));
         if (!withNormals)
             continue;
         const Vec3 normal = toVec3(mesh.mNormals[i]);

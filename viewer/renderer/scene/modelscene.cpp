@@ -217,6 +217,8 @@ void ModelScene::showGlass(const std::optional<MaterialLook>& look)
             cutOut = m_textures[material].base.texture;
         if (cutOut != nullptr)
             setUpTexels(*cutOut, m_model.materials[material].smooth);
+        // Its texture has been set up for glass since: another look begins anew.
+        m_parts[i].look.reset();
         m_glass->add(*m_parts[i].mesh, *look, m_model.materials[material], cutOut);
     }
     m_renderer->AddViewProp(m_glass);
