@@ -53,7 +53,7 @@ void BoardWindow::closeDocument()
 {
     if (!m_document)
         return;
-    m_saveNext.clear();
+    m_savesNext.clear();
     m_document->finishSave();
     disconnect(&m_document->loader(), nullptr, this, nullptr);
     disconnect(&m_document->pages(), nullptr, this, nullptr);

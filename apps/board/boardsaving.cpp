@@ -40,6 +40,8 @@ QString BoardWindow::chooseFileToSave()
 QString BoardWindow::fileToSave()
 {
     // What is being saved under another name belongs there from now on.
+    if (!m_savesNext.isEmpty())
+        return m_savesNext.last();
     if (m_document->isSaving())
         return m_document->savingPath();
     const COvDocumentFile& file = m_document->file();
@@ -51,7 +53,8 @@ void BoardWindow::startSaving(const QString& path)
     if (path.isEmpty())
         return;
     if (m_document->isSaving()) {
-        m_saveNext = path;
+        if (!m_savesNext.contains(path))
+            m_savesNext << path;
         say(QStringLiteral("%1 is saved as soon as %2 has been").arg(nameOf(path), nameOf(m_document->savingPath())));
         return;
     }
@@ -99,15 +102,14 @@ void BoardWindow::endSaving(const QString& path, const QString& error)
     }
     m_saving->hide();
     updateTitle();
-    if (const QString next = std::exchange(m_saveNext, {}); !next.isEmpty())
-        startSaving(next);
+    if (!m_savesNext.isEmpty())
+        startSaving(m_savesNext.takeFirst());
     else if (m_closesWhenSaved)
         QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
 bool BoardWindow::saveDocument(const QString& path)
 {
-    const QPointer<BoardWindow> self(this);
     if (!waitForSave())
         return false;
     startSaving(path);
@@ -140,7 +142,7 @@ bool BoardWindow::waitForSave()
     }
     if (!self)
         return false;
-    setInputEnabled(true);
+    setInputEnabled(m_opening == Opening::none);
     return !m_closesWhenSaved;
 }
 

@@ -186,7 +186,7 @@ private:
     QMenu* m_keptViews = nullptr;
     QList<QAction*> m_selectionActions; ///< that need a selected item
     Opening m_opening = Opening::none;
-    QString m_saveNext;             ///< where to save once the save that runs has ended; empty: nowhere
+    QStringList m_savesNext;        ///< where to save once the save that runs has ended
     QStringList m_leftOut;          ///< names of models that the save that runs does not have
     bool m_wasClean = true;         ///< before the save that runs was begun
     bool m_isSaved = false;         ///< how the last save ended

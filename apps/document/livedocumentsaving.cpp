@@ -141,7 +141,8 @@ bool LiveDocument::startSave(const QString& path, QString& error, const std::fun
 
 void LiveDocument::finishSave()
 {
-    m_saver.wait();
+    while (m_saver.isRunning())
+        m_saver.wait();
 }
 
 } // namespace ov3d::apps

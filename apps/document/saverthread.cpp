@@ -10,12 +10,15 @@ namespace ov3d::apps {
 
 SaverThread::~SaverThread()
 {
-    wait();
+    while (isRunning())
+        wait();
 }
 
 void SaverThread::start(Work work, Done done)
 {
-    wait();
+    // What is told of an end may have started another work.
+    while (isRunning())
+        wait();
     m_done = std::move(done);
     m_error.clear();
     const quint64 run = ++m_run;
@@ -48,7 +51,9 @@ void SaverThread::wait()
     if (m_thread.joinable())
         m_thread.join();
     const Done done = std::exchange(m_done, nullptr);
-    done(m_error);
+    // Another work that is started meanwhile has an error of its own.
+    const QString error = std::exchange(m_error, {});
+    done(error);
 }
 
 } // namespace ov3d::apps

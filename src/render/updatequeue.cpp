@@ -19,7 +19,7 @@ constexpr char kResetText[] = {'r', 'e', 's', 'e', 't'};
 void COv3DObject::update_view(ViewContext* context)
 {
     if (takesUpdates())
-        deliver(context, context->op);
+        deliver(context, loadAcquire(context->op));
 }
 
 bool COv3DObject::takesUpdates() const

@@ -155,6 +155,17 @@ void SavingTest::secondSaveFollowsTheFirst()
     QVERIFY(finish());
     QVERIFY(QFile::exists(file("b.ovb")));
     QVERIFY2(m_window->windowTitle().startsWith(QLatin1String("b.ovb")), qPrintable(m_window->windowTitle()));
+    QVERIFY(finish());
+
+    // A save that waits is not forgotten for one that comes after it.
+    QVERIFY(startHeld(file("b.ovb")));
+    m_window->startSaving(file("c.ovb"));
+    press(Qt::Key_S, Qt::ControlModifier);
+    m_window->startSaving(file("d.ovb"));
+    QVERIFY(finish());
+    QVERIFY(waitFor([this] { return QFile::exists(file("c.ovb")) && QFile::exists(file("d.ovb")); }));
+    QVERIFY(finish());
+    QVERIFY2(m_window->windowTitle().startsWith(QLatin1String("d.ovb")), qPrintable(m_window->windowTitle()));
 }
 
 void SavingTest::failedSaveLeavesTheDocumentChanged()

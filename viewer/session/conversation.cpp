@@ -78,6 +78,9 @@ Conversation::Outcome Conversation::draw(const protocol::RenderRequest& request)
             m_loadLimit = {};
             return expected ? Outcome::done : lost(kNonsense);
         }
+        // Reports without end are no answer either.
+        if (isLate("to draw"))
+            return Outcome::refused;
     }
 }
 

@@ -186,7 +186,7 @@ void Session::rendererLost(const char* fault)
     {
         const std::lock_guard lock(m_mutex);
         firstDrawDone = m_firstDrawDone;
-        if (!suspect.empty()) {
+        if (!suspect.empty() && !end.by_shader_cache) {
             m_brokenEnvironment = suspect;
             leftOut = "; shown without the environment picture " + fileName(suspect);
         }

@@ -19,6 +19,8 @@ private Q_SLOTS:
     void exceptionBecomesAnError();
     void waitCallsDoneAndNobodyElseDoes();
     void doneMayStartAnother();
+    void startWaitsForWhatAnEndHasStarted();
+    void errorIsThatOfTheWorkThatHasEnded();
     void destructionWaitsAndCallsDone();
 };
 
@@ -101,6 +103,35 @@ void SaverThreadTest::doneMayStartAnother()
         [&](const QString&) { saver.start([] { return QString(); }, [&ended](const QString&) { ended = true; }); });
     QVERIFY(waitFor([&ended] { return ended; }));
     QVERIFY(!saver.isRunning());
+}
+
+void SaverThreadTest::startWaitsForWhatAnEndHasStarted()
+{
+    SaverThread saver;
+    QStringList ended;
+    const auto tell = [&ended](const char* which) { return [&ended, which](const QString&) { ended << which; }; };
+    saver.start([] { return QString(); },
+                [&](const QString&) {
+                    ended << "first";
+                    saver.start([] { return QString(); }, tell("second"));
+                });
+    saver.start([] { return QString(); }, tell("third"));
+    QVERIFY(waitFor([&saver] { return !saver.isRunning(); }));
+    QCOMPARE(ended, (QStringList{"first", "second", "third"}));
+}
+
+void SaverThreadTest::errorIsThatOfTheWorkThatHasEnded()
+{
+    SaverThread saver;
+    QString seen;
+    saver.start([] { return QStringLiteral("first"); },
+                [&](const QString& error) {
+                    saver.start([] { return QStringLiteral("second"); }, [](const QString&) {});
+                    saver.wait();
+                    seen = error;
+                });
+    QVERIFY(waitFor([&seen] { return !seen.isEmpty(); }));
+    QCOMPARE(seen, QStringLiteral("first"));
 }
 
 void SaverThreadTest::destructionWaitsAndCallsDone()
