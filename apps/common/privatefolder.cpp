@@ -1,5 +1,7 @@
 #include "apps/common/privatefolder.h"
 
+#include "host/document/temporaryfolder.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -40,7 +42,7 @@ PrivateFolder::PrivateFolder(const QStringList& candidates)
             return;
         }
     }
-    m_temporary = std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/ov3d-XXXXXX"));
+    m_temporary = std::make_unique<QTemporaryDir>(ov3d::document::temporaryFolder() + QStringLiteral("/ov3d-XXXXXX"));
     if (m_temporary->isValid() && prepare(m_temporary->path()))
         m_path = withSeparator(m_temporary->path());
 }

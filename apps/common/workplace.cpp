@@ -1,5 +1,7 @@
 #include "apps/common/workplace.h"
 
+#include "host/document/temporaryfolder.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -30,7 +32,7 @@ Workplace::Workplace()
     if (folder.isEmpty() || !m_framework.paths().setFolder(folder) || !QDir::setCurrent(folder)) {
         m_error = QStringLiteral(
                       "no folder for the program's own data can be made, neither in the user's data folder nor in %1")
-                      .arg(QDir::tempPath());
+                      .arg(ov3d::document::temporaryFolder());
         return;
     }
     limitLog(folder);

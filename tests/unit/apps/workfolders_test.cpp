@@ -18,6 +18,7 @@ private Q_SLOTS:
     void folderHasResourcesAndATrailingSeparator();
     void unusableCandidateIsPassedOver();
     void temporaryFolderIsTheLastResort();
+    void temporaryFolderThatDoesNotExistIsNotTheRootOfTheFileSystem();
     void withoutAHomeThereIsNoCandidate();
     void workplaceIsTheCurrentFolderAndTheHostsAnswer();
     void shortPathStaysAsItIs();
@@ -83,6 +84,17 @@ void WorkFoldersTest::temporaryFolderIsTheLastResort()
         folder.removeIfTemporary();
         QVERIFY(!QDir(path).exists());
     }
+}
+
+void WorkFoldersTest::temporaryFolderThatDoesNotExistIsNotTheRootOfTheFileSystem()
+{
+    const QByteArray before = qgetenv("TMPDIR");
+    qputenv("TMPDIR", "/no/such/folder");
+    PrivateFolder folder(QStringList{});
+    before.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", before);
+    const QString path = folder.path();
+    folder.removeIfTemporary();
+    QVERIFY2(path.startsWith(QLatin1String("/tmp/ov3d-")), qPrintable(path));
 }
 
 void WorkFoldersTest::withoutAHomeThereIsNoCandidate()
